@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include <QString>
+
+namespace quillfen::platform {
+
+class Menu;
+
+/// The program's place in the status area: a text, an image, a menu.
+///
+/// What every implementation promises:
+///   1. The getters answer at once what was last set, panel or no panel.
+///   2. What is set within one pass of the event loop reaches the panel together, and only
+///      what differs from what the panel already shows.
+///   3. Without a panel nothing fails; a panel that appears later shows the present state.
+class StatusItem {
+public:
+    virtual ~StatusItem() = default;
+
+    virtual void setTitle(const QString &title) = 0;
+    virtual QString title() const = 0;
+    /// Shows the image of the resource @p name ("QuillfenSmall.tif"), or none of its own.
+    virtual void setImage(const std::optional<QString> &name) = 0;
+    virtual std::optional<QString> image() const = 0;
+    /// The menu of the next opening; an open one stays as it is.
+    virtual void setMenu(std::shared_ptr<Menu> menu) = 0;
+};
+
+/// The width that follows the item's contents.
+inline constexpr double kVariableStatusItemLength = -1.0;
+
+/// The desktop's status area.
+class StatusBar {
+public:
+    virtual ~StatusBar() = default;
+
+    /// A new item, empty, of variable width.
+    virtual std::unique_ptr<StatusItem> statusItemWithLength(double length) = 0;
+};
+
+} // namespace quillfen::platform

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QString>
+
+namespace quillfen::platform {
+
+/// What the desktop does with a document.
+class Workspace {
+public:
+    virtual ~Workspace() = default;
+
+    /// Opens the file or folder at the absolute @p path in the user's application for it.
+    virtual void openFile(const QString &path) = 0;
+};
+
+} // namespace quillfen::platform

@@ -1,0 +1,88 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""A folder of src/ includes only itself and the folders below it.
+
+Every header is also named by its folder's CMakeLists.txt, which has it compiled alone.
+"""
+
+import pathlib
+import re
+
+from sources import Finding, files, is_cpp, line_of, run, without_comments
+
+_BELOW = {
+    "app": {"prefs", "netinfo", "mail", "support", "platform"},
+    "prefs": {"netinfo", "mail", "support", "platform"},
+    "netinfo": {"support", "platform"},
+    "mail": {"support", "platform"},
+    "support": {"platform"},
+    "platform": set(),
+}
+_LINUX = "platform/linux"
+_BUS = _LINUX + "/bus"  # below the other folders there
+_INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(["<])([^">]+)[">]', re.MULTILINE)
+_HEADERS = re.compile(r"\bHEADERS\b(.*?)(?:\bSOURCES\b|\bNEEDS\b|\bLINKS\b|\))", re.DOTALL)
+
+
+def may_include(file: pathlib.PurePath, included: pathlib.PurePath) -> bool:
+    """Whether the one file may include the other; both relative to src/."""
+    here, there = str(file.parent), str(included.parent)
+    if str(file) == "main.cpp":
+        return there in _BELOW or is_linux(there)
+    if here == there:
+        return True
+    if file.parent == pathlib.PurePath(_LINUX) and file.stem == "LinuxPlatform":
+        return there == "platform" or is_linux(there)
+    if is_linux(here):
+        return there == "platform" or (there == _BUS and here.startswith(_LINUX + "/"))
+    return there in _BELOW.get(here, set())
+
+
+def is_linux(folder: str) -> bool:
+    return folder == _LINUX or folder.startswith(_LINUX + "/")
+
+
+def made_by_the_build(file: pathlib.PurePath, name: str) -> bool:
+    return name in {f"{file.stem}.moc", f"moc_{file.stem}.cpp"} or name.startswith("ui_")
+
+
+def check_includes(src: pathlib.Path, path: pathlib.Path) -> list[Finding]:
+    code = without_comments(path.read_text(encoding="utf-8"), texts=False)
+    file = path.relative_to(src)
+    findings = []
+    for match in _INCLUDE.finditer(code):
+        quote, name = match.groups()
+        line = line_of(code, match.start(1))
+        if (src / name).is_file():
+            if quote == "<":
+                findings.append(Finding(path, line, f'write "{name}", a file of ours, in quotes'))
+            elif not may_include(file, pathlib.PurePath(name)):
+                findings.append(Finding(path, line, f'{file} must not include "{name}"'))
+        elif quote == '"' and not made_by_the_build(file, name):
+            findings.append(Finding(path, line, f'"{name}" is no file below src/'))
+    return findings
+
+
+def check_listed(path: pathlib.Path) -> list[Finding]:
+    recipe = path.parent / "CMakeLists.txt"
+    listed = set()
+    if recipe.is_file():
+        for block in _HEADERS.findall(recipe.read_text(encoding="utf-8")):
+            listed.update(block.split())
+    if path.name in listed:
+        return []
+    return [Finding(path, 1, "its folder's CMakeLists.txt does not name it under HEADERS")]
+
+
+def lint(root: pathlib.Path) -> list[Finding]:
+    src = root / "src"
+    sources = [path for path in files(root, "src") if is_cpp(path)]
+    findings = [] if sources else [Finding(src, 1, "no sources here")]
+    for path in sources:
+        findings += check_includes(src, path)
+        if path.suffix == ".h":
+            findings += check_listed(path)
+    return findings
+
+
+if __name__ == "__main__":
+    run(lint)
