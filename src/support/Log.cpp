@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/Log.h"
+
+#include "platform/Preferences.h"
+#include "platform/Workspace.h"
+#include "support/Console.h"
+#include "support/DateDescription.h"
+#include "support/FormatText.h"
+#include "support/LogFile.h"
+#include "support/SettingsReading.h"
+#include "support/SupportFolders.h"
+
+#include <chrono>
+
+using namespace Qt::StringLiterals;
+
+namespace quillfen::support {
+
+namespace {
+
+constexpr QLatin1StringView kFileName{"Quillfen.log"};
+constexpr qsizetype kBufferBytes = 255;
+
+/// What the file's line buffer holds for @p line.
+QByteArray lineBuffer(const QString &line)
+{
+    QByteArray buffer = line.toUtf8();
+    if (buffer.size() > kBufferBytes)
+        buffer.clear();
+    if (const qsizetype zero = buffer.indexOf('\0'); zero >= 0)
+        buffer.truncate(zero);
+    if (buffer.size() < kBufferBytes)
+        buffer += '\n';
+    return buffer;
+}
+
+} // namespace
+
+Log::Log(Console &console, platform::Preferences &preferences)
+    : m_console(console),
+      m_preferences(preferences)
+{ }
+
+Log::~Log()
+{
+    ClosePrivateLog();
+}
+
+void Log::LogMessage(const std::optional<QString> &message)
+{
+    if (!message)
+        return;
+    m_preferences.synchronize();
+    if (ShouldLogToSystemConsole())
+        m_console.log(*message);
+    if (!PrivateLogHandle || !ShouldLogToPrivateLog())
+        return;
+    const QString now = dateDescription(std::chrono::system_clock::now());
+    PrivateLogHandle->append(lineBuffer(formatText(u"[%@] %@", now, *message)));
+}
+
+void Log::OpenPrivateLog()
+{
+    QString folder;
+    if (!GetAppSupportFolder(folder) || folder.isEmpty())
+        return;
+    PrivateLogHandle = std::make_unique<LogFile>();
+    PrivateLogHandle->open(folder + u'/' + kFileName);
+}
+
+void Log::ClosePrivateLog()
+{
+    if (!PrivateLogHandle)
+        return;
+    PrivateLogHandle->close();
+    PrivateLogHandle.reset();
+}
+
+void Log::ShowPrivateLogInViewer(platform::Workspace &workspace)
+{
+    QString folder;
+    if (!GetAppSupportFolder(folder))
+        return;
+    QString file;
+    if (FolderChildExists(folder, kFileName, file) && !file.isEmpty())
+        workspace.openFile(file);
+}
+
+bool Log::ShouldLogToSystemConsole() const
+{
+    return readUserDefaultBoolean(m_preferences, kLogToSystemConsole);
+}
+
+bool Log::ShouldLogToPrivateLog() const
+{
+    return readUserDefaultBoolean(m_preferences, kLogToPrivateConsoleLog);
+}
+
+} // namespace quillfen::support

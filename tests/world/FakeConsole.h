@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/SystemConsole.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <utility>
+
+namespace quillfen::world {
+
+/// A console that someone reads: one entry a line, as it was given.
+class FakeConsole : public platform::SystemConsole {
+public:
+    void write(const QString &text) override { m_lines.append(text); }
+
+    const QStringList &lines() const { return m_lines; }
+    /// The lines since the last call.
+    QStringList takeLines() { return std::exchange(m_lines, {}); }
+
+private:
+    QStringList m_lines;
+};
+
+} // namespace quillfen::world
