@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/linux/net/DumpReply.h"
+#include "platform/linux/net/ServiceOrder.h"
+
+#include <cstdlib>
+
+// Takes any bytes for the kernel's answer, reads them as far as they go, and puts what they tell
+// in order. What comes out must make sense, whatever went in.
+
+using namespace quillfen::platform;
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    NetworkTables tables;
+    Bytes rest = std::as_bytes(std::span(data, size));
+    while (const auto message = takeMessage(rest)) {
+        if (auto link = decodeLink(*message))
+            tables.links.push_back(*std::move(link));
+        if (const auto address = decodeAddress(*message))
+            tables.addresses.push_back(*address);
+        if (const auto route = decodeDefaultRoute(*message))
+            tables.routes.push_back(*route);
+    }
+    for (const Service &service : orderedServices(tables)) {
+        if (service.identifier.isEmpty() || service.addresses.isEmpty())
+            std::abort();
+    }
+
+    DumpReply reply(1);
+    reply.feed(std::as_bytes(std::span(data, size)), [](const NetlinkMessage &) {});
+    if (reply.error() < 0)
+        std::abort();
+    return 0;
+}
