@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/linux/desktop/JsonPreferences.h"
+
+#include "platform/SystemConsole.h"
+
+#include <QDir>
+#include <QLockFile>
+#include <QThread>
+
+#include <cerrno>
+#include <chrono>
+
+namespace quillfen::platform {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto kLockPatience = 250ms;
+/// A lock file of this age that no living process holds is left over. (A dead owner that is
+/// named in it counts at once; but one can die before it has written its name.)
+constexpr auto kLeftOver = 1s;
+
+/// QLockFile's own waiting goes in steps of 100 ms and more; the lock is held for one or two.
+bool lockWithin(QLockFile &lock, std::chrono::milliseconds patience)
+{
+    // QLockFile also holds a flock(2) and takes no file away from under one.
+    lock.setStaleLockTime(int(std::chrono::milliseconds(kLeftOver).count()));
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (!lock.tryLock(0)) {
+        if (lock.error() != QLockFile::LockFailedError
+            || std::chrono::steady_clock::now() >= deadline)
+            return false;
+        QThread::usleep(500);
+    }
+    return true;
+}
+
+} // namespace
+
+JsonPreferences::JsonPreferences(SystemConsole &console, const QString &folder)
+    : m_console(console),
+      m_file(folder)
+{ }
+
+QString JsonPreferences::standardFolder()
+{
+    QString base = qEnvironmentVariable("XDG_CONFIG_HOME");
+    if (!base.startsWith(u'/'))
+        base = QDir::homePath() + "/.config"_L1;
+    return base + "/com.corvane.Quillfen"_L1;
+}
+
+std::optional<QJsonValue> JsonPreferences::value(const QString &key) const
+{
+    for (const QJsonObject *values : {&m_pending, &m_stored}) {
+        if (const auto found = values->constFind(key); found != values->constEnd())
+            return *found;
+    }
+    return {};
+}
+
+void JsonPreferences::setValue(const QString &key, const QJsonValue &value)
+{
+    m_pending.insert(key, value);
+}
+
+bool JsonPreferences::synchronize()
+{
+    if (m_pending.isEmpty() && m_seen && m_file.isStill(*m_seen))
+        return true;
+    const bool well = m_pending.isEmpty() ? readAgain() : store();
+    if (well)
+        m_said.clear();
+    return m_pending.isEmpty();
+}
+
+bool JsonPreferences::readAgain()
+{
+    const SettingsFile::Reading reading = m_file.read();
+    const auto *damaged = std::get_if<SettingsFile::Damaged>(&reading);
+    if (!damaged || damaged->young)
+        return take(reading);
+    // Another process may be about to mend or replace it: look again with the lock held.
+    QLockFile lock(m_file.lockPath());
+    return takeLock(lock) && take(m_file.read());
+}
+
+bool JsonPreferences::store()
+{
+    if (const std::optional<QString> why = m_file.makeFolder()) {
+        complain(u"The folder of %1 cannot be made: %2"_s.arg(m_file.path(), *why));
+        return false;
+    }
+    QLockFile lock(m_file.lockPath());
+    if (!takeLock(lock) || !take(m_file.read()))
+        return false;
+
+    QJsonObject merged = m_stored;
+    for (auto it = m_pending.constBegin(); it != m_pending.constEnd(); ++it)
+        merged.insert(it.key(), it.value());
+    if (merged != m_stored) {
+        if (const std::optional<QString> why = m_file.replace(merged)) {
+            complain(u"The settings cannot be stored in %1 now: %2"_s.arg(m_file.path(), *why));
+            return false;
+        }
+        m_stored = merged;
+        m_seen.reset();
+    }
+    m_pending = {};
+    return true;
+}
+
+bool JsonPreferences::takeLock(QLockFile &lock)
+{
+    // Whoever holds it for so long may do so for longer; wait for it only once.
+    if (lockWithin(lock, m_lockWasBusy ? 0ms : kLockPatience)) {
+        m_lockWasBusy = false;
+        return true;
+    }
+    m_lockWasBusy = true;
+    const bool busy = lock.error() == QLockFile::LockFailedError;
+    complain(u"The settings wait for %1: %2"_s.arg(
+        m_file.lockPath(), busy ? u"another process holds it"_s : u"it cannot be made"_s));
+    return false;
+}
+
+bool JsonPreferences::take(const SettingsFile::Reading &reading)
+{
+    m_seen.reset();
+    if (const auto *damaged = std::get_if<SettingsFile::Damaged>(&reading)) {
+        if (damaged->young)
+            return false; // somebody is writing it: what we know still holds
+        m_stored = {};
+        return putAside(damaged->why);
+    }
+    m_stored = {};
+    if (const auto *unreadable = std::get_if<SettingsFile::Unreadable>(&reading)) {
+        complain(u"The settings in %1 cannot be read: %2"_s.arg(m_file.path(), unreadable->why));
+        return false;
+    }
+    if (const auto *good = std::get_if<SettingsFile::Good>(&reading)) {
+        m_stored = good->object;
+        m_seen = good->identity;
+    }
+    return true;
+}
+
+bool JsonPreferences::putAside(const QString &why)
+{
+    if (const std::optional<QString> aside = m_file.putAside()) {
+        complain(u"%1 cannot be used (%2); it is kept as %3"_s.arg(m_file.path(), why, *aside));
+        return true;
+    }
+    complain(u"%1 cannot be used (%2) and not be put aside: %3"_s.arg(m_file.path(), why,
+                                                                      qt_error_string(errno)));
+    return false;
+}
+
+void JsonPreferences::complain(const QString &text)
+{
+    if (m_said.insert(text).second)
+        m_console.write(text);
+}
+
+} // namespace quillfen::platform

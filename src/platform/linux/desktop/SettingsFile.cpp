@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/linux/desktop/SettingsFile.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonParseError>
+#include <QSaveFile>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace quillfen::platform {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// Longer than the tick of the clock that stamps files (10 ms at most) and than an editor
+/// needs between emptying a file and filling it.
+constexpr auto kSettling = 50ms;
+
+std::chrono::nanoseconds sinceEpoch(const timespec &time)
+{
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
+/// How long ago the file was last touched; negative when that lies ahead of the clock.
+std::chrono::nanoseconds age(const struct stat &status)
+{
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return sinceEpoch(now) - std::max(sinceEpoch(status.st_mtim), sinceEpoch(status.st_ctim));
+}
+
+SettingsFile::Identity identityOf(const struct stat &status)
+{
+    return {.device = status.st_dev,
+            .inode = status.st_ino,
+            .size = status.st_size,
+            .modified = status.st_mtim,
+            .changed = status.st_ctim};
+}
+
+QString lastError()
+{
+    return qt_error_string(errno);
+}
+
+SettingsFile::Reading parse(const QByteArray &bytes, const struct stat &status)
+{
+    const auto old = age(status);
+    const bool young = old >= 0ns && old < kSettling;
+    if (bytes.size() > SettingsFile::kLargest)
+        return SettingsFile::Damaged{.why = u"it is longer than 1 MiB"_s, .young = young};
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
+    if (error.error != QJsonParseError::NoError)
+        return SettingsFile::Damaged{.why = error.errorString(), .young = young};
+    if (!document.isObject())
+        return SettingsFile::Damaged{.why = u"it is no JSON object"_s, .young = young};
+    SettingsFile::Good good{.object = document.object(), .identity = {}};
+    if (old > kSettling)
+        good.identity = identityOf(status);
+    return good;
+}
+
+bool makeFolders(const QString &folder)
+{
+    const QByteArray path = QFile::encodeName(folder);
+    if (mkdir(path.constData(), S_IRWXU) == 0 || errno == EEXIST)
+        return true;
+    const QString above = QFileInfo(folder).path();
+    if (errno != ENOENT || above == folder)
+        return false;
+    return makeFolders(above) && (mkdir(path.constData(), S_IRWXU) == 0 || errno == EEXIST);
+}
+
+/// Renames without ever replacing anything.
+bool renameToFree(const QByteArray &from, const QByteArray &to)
+{
+    if (renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0)
+        return true;
+    if (errno != EINVAL)
+        return false;
+    // Some network file systems do not know the flag (rename(2)).
+    struct stat status = {};
+    if (lstat(to.constData(), &status) == 0)
+        errno = EEXIST;
+    return errno == ENOENT && rename(from.constData(), to.constData()) == 0;
+}
+
+} // namespace
+
+SettingsFile::SettingsFile(QString folder)
+    : m_folder(std::move(folder)),
+      m_path(m_folder + "/settings.json"_L1)
+{ }
+
+QString SettingsFile::lockPath() const
+{
+    return m_path + ".lock"_L1;
+}
+
+bool SettingsFile::isStill(const Identity &identity) const
+{
+    struct stat status = {};
+    return stat(QFile::encodeName(m_path).constData(), &status) == 0
+        && status.st_dev == identity.device && status.st_ino == identity.inode
+        && status.st_size == identity.size
+        && sinceEpoch(status.st_mtim) == sinceEpoch(identity.modified)
+        && sinceEpoch(status.st_ctim) == sinceEpoch(identity.changed);
+}
+
+SettingsFile::Reading SettingsFile::read() const
+{
+    const QByteArray path = QFile::encodeName(m_path);
+    const Damaged noFile{.why = u"it is no regular file"_s, .young = false};
+    struct stat status = {};
+    if (stat(path.constData(), &status) != 0) {
+        if (errno == ENOENT)
+            return Absent{};
+        return Unreadable{lastError()};
+    }
+    if (!S_ISREG(status.st_mode)) // never opened: that alone can block or set a device going
+        return noFile;
+
+    const int descriptor = open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    QFile file;
+    if (descriptor < 0
+        || !file.open(descriptor, QIODevice::ReadOnly | QIODevice::Unbuffered,
+                      QFileDevice::AutoCloseHandle))
+        return Unreadable{lastError()};
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))
+        return noFile;
+    const QByteArray bytes = file.read(kLargest + 1);
+    if (file.error() != QFileDevice::NoError)
+        return Unreadable{file.errorString()};
+    return parse(bytes, status);
+}
+
+std::optional<QString> SettingsFile::makeFolder() const
+{
+    if (makeFolders(m_folder))
+        return {};
+    return lastError();
+}
+
+std::optional<QString> SettingsFile::replace(const QJsonObject &object) const
+{
+    const QByteArray bytes = QJsonDocument(object).toJson();
+    if (bytes.size() > kLargest)
+        return u"they are longer than 1 MiB"_s;
+    // Unbuffered, in one write: with a buffer, Qt 6.4 notices a full disk only when it empties
+    // the buffer inside commit(), puts the empty file in place all the same and reports success.
+    QSaveFile file(m_path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        return file.errorString();
+    if (!file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner)
+        || file.write(bytes) != bytes.size()) {
+        const QString why = file.errorString();
+        file.cancelWriting();
+        return why;
+    }
+    if (!file.commit())
+        return file.errorString();
+    return {};
+}
+
+std::optional<QString> SettingsFile::putAside() const
+{
+    const QString now = QDateTime::currentDateTime().toString(u"yyyyMMdd-HHmmss"_s);
+    const QString plain = m_path + ".damaged-"_L1 + now;
+    constexpr int kMostInOneSecond = 100;
+    for (int number = 1; number <= kMostInOneSecond; ++number) {
+        const QString name = number == 1 ? plain : u"%1-%2"_s.arg(plain).arg(number);
+        if (renameToFree(QFile::encodeName(m_path), QFile::encodeName(name)))
+            return name;
+        if (errno != EEXIST)
+            break;
+    }
+    return {};
+}
+
+} // namespace quillfen::platform
