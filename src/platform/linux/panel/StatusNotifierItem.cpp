@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/linux/panel/StatusNotifierItem.h"
+
+#include "platform/SystemConsole.h"
+#include "platform/linux/panel/DBusMenu.h"
+#include "platform/linux/panel/OwnConnection.h"
+#include "platform/linux/panel/WatcherRegistration.h"
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace quillfen::platform {
+
+namespace {
+
+/// Below this path Cinnamon opens an item's menu on a left click.
+QString itemPath()
+{
+    return u"/org/ayatana/NotificationItem/quillfen"_s;
+}
+
+QString menuPath()
+{
+    return itemPath() + u"/Menu"_s;
+}
+
+} // namespace
+
+/// The item as the panels know it, which are told by its connection which one it is.
+struct StatusNotifierItem::Presence {
+    explicit Presence(PanelFace face) : item(bus.get(), itemPath(), menuPath(), std::move(face))
+    {
+        QDBusConnection connection = bus.get();
+        if (connection.isConnected()) {
+            connection.registerVirtualObject(itemPath(), &item);
+            connection.registerVirtualObject(menuPath(), &menu);
+        }
+        QObject::connect(&registration, &WatcherRegistration::panelChanged, &menu,
+                         &DBusMenu::panelChanged);
+    }
+
+    OwnConnection bus;
+    ItemObject item;
+    DBusMenu menu{bus.get(), menuPath()};
+    WatcherRegistration registration{bus.get(), itemPath()};
+};
+
+StatusNotifierItem::StatusNotifierItem(SystemConsole &console) : m_console(console)
+{
+    queueFlush();
+}
+
+StatusNotifierItem::~StatusNotifierItem() = default;
+
+void StatusNotifierItem::setTitle(const QString &title)
+{
+    m_title = title;
+    queueFlush();
+}
+
+void StatusNotifierItem::setImage(const std::optional<QString> &name)
+{
+    m_image = name;
+    queueFlush();
+}
+
+void StatusNotifierItem::setMenu(std::shared_ptr<Menu> menu)
+{
+    m_menu = std::move(menu);
+    if (m_presence)
+        m_presence->menu.install(m_menu);
+}
+
+void StatusNotifierItem::queueFlush()
+{
+    if (!std::exchange(m_flushQueued, true))
+        QMetaObject::invokeMethod(this, &StatusNotifierItem::flush, Qt::QueuedConnection);
+}
+
+void StatusNotifierItem::flush()
+{
+    m_flushQueued = false;
+    PanelFace face = panelFace(m_title, m_image);
+    // MATE's notification area can learn of a label, but not that there is none any more: it
+    // then shows neither text nor image. So without its label it is another item.
+    const bool losesLabel = m_presence && m_presence->item.hasLabel() && face.label.isEmpty();
+    if (m_presence && !losesLabel)
+        m_presence->item.show(std::move(face));
+    else
+        appear(std::move(face));
+}
+
+void StatusNotifierItem::appear(PanelFace face)
+{
+    m_presence = std::make_unique<Presence>(std::move(face));
+    m_presence->menu.install(m_menu);
+    QObject::connect(&m_presence->registration, &WatcherRegistration::waiting, this,
+                     &StatusNotifierItem::sayOnce);
+    m_presence->registration.start();
+}
+
+void StatusNotifierItem::sayOnce(const QString &reason)
+{
+    if (!std::exchange(m_said, true))
+        m_console.write(
+            u"No panel shows the address yet: %1. It appears with the first that does."_s.arg(
+                reason));
+}
+
+} // namespace quillfen::platform
