@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <vector>
+
+#include <QCommandLineParser>
+#include <QGuiApplication>
+
+#include "app/AppController.h"
+#include "platform/Turns.h"
+#include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/bus/SessionBus.h"
+#include "platform/linux/desktop/FreeMemory.h"
+#include "platform/linux/desktop/SingleInstance.h"
+#include "platform/linux/desktop/StderrConsole.h"
+#include "platform/linux/desktop/UnixSignals.h"
+#include "support/Bundle.h"
+#include "support/Console.h"
+#include "support/Log.h"
+
+using namespace Qt::StringLiterals;
+using namespace quillfen;
+
+namespace {
+
+const QString kApplicationIdentifier = u"com.corvane.Quillfen"_s;
+
+/// The arguments with the windowing systems to try, in order, unless the user chose one. The last
+/// one needs no display at all. An argument and not a variable: children must not inherit it.
+std::vector<char *> withPlatforms(int argc, char **argv)
+{
+    static char option[] = "-platform";
+    static char platforms[] = "wayland;xcb;offscreen";
+    std::vector<char *> arguments(argv, argv + argc);
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        arguments.insert(arguments.end(), {option, platforms});
+    arguments.push_back(nullptr);
+    return arguments;
+}
+
+void readArguments(const QGuiApplication &application)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        u"Shows this machine's first IP address in the status area and follows its changes."_s);
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.process(application);
+}
+
+/// A broken promise inside one turn must not end the watch: it is said, and the next turn goes on.
+void sayFailure(support::Console &console, const std::exception_ptr &failure)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const std::exception &error) {
+        console.write(u"An event's work broke off: "_s + QString::fromUtf8(error.what()));
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    // Before anything opens a file: it sees to it that none becomes standard error.
+    platform::StderrConsole stderrConsole;
+    std::vector<char *> arguments = withPlatforms(argc, argv);
+    int count = static_cast<int>(arguments.size()) - 1;
+    QGuiApplication application(count, arguments.data());
+    QGuiApplication::setApplicationName(support::bundleName());
+    QGuiApplication::setApplicationVersion(support::bundleShortVersionString());
+    QGuiApplication::setDesktopFileName(kApplicationIdentifier);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    readArguments(application);
+
+    platform::LinuxPlatform linuxPlatform(stderrConsole);
+    const platform::Platform seams = linuxPlatform.seams();
+    support::Console console(seams.console);
+    // Static, because the X11 connection ends the process by exit() when its server dies: the
+    // stop line is then written by this destructor.
+    static support::Log log(console, seams.preferences);
+    platform::Turns turns([&](std::exception_ptr failure) { sayFailure(console, failure); },
+                          &platform::giveBackFreeMemory);
+    app::AppController controller(seams, log, turns, &QCoreApplication::quit);
+
+    platform::UnixSignals signals(&QCoreApplication::quit);
+    const auto begin = [&](platform::SingleInstance::Outcome outcome) {
+        if (outcome != platform::SingleInstance::Outcome::AlreadyRunning) {
+            turns.take(controller.init());
+            return;
+        }
+        console.write(u"Quillfen is already running."_s);
+        QCoreApplication::quit();
+    };
+    const platform::SingleInstance instance(platform::sessionBus(), kApplicationIdentifier, begin);
+
+    const int status = QGuiApplication::exec();
+    controller.applicationWillTerminate();
+    return status;
+}

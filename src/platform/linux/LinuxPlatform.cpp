@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/linux/LinuxPlatform.h"
+
+#include "platform/linux/bus/SessionBus.h"
+
+namespace quillfen::platform {
+
+LinuxPlatform::LinuxPlatform(SystemConsole &console)
+    : m_console(console),
+      m_preferences(m_console, JsonPreferences::standardFolder()),
+      m_notifications(sessionBus()),
+      m_statusBar(m_console),
+      m_workspace(m_console)
+{ }
+
+Platform LinuxPlatform::seams()
+{
+    return {.console = m_console,
+            .preferences = m_preferences,
+            .stores = m_stores,
+            .host = m_host,
+            .timers = m_timers,
+            .notifications = m_notifications,
+            .statusBar = m_statusBar,
+            .workspace = m_workspace};
+}
+
+} // namespace quillfen::platform

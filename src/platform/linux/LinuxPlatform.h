@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/Platform.h"
+#include "platform/linux/desktop/BusNotifications.h"
+#include "platform/linux/desktop/DesktopWorkspace.h"
+#include "platform/linux/desktop/HostNames.h"
+#include "platform/linux/desktop/JsonPreferences.h"
+#include "platform/linux/desktop/QtTimers.h"
+#include "platform/linux/net/NetlinkStores.h"
+#include "platform/linux/panel/StatusNotifierBar.h"
+
+namespace quillfen::platform {
+
+/// What a Linux desktop gives us, built from the ground up. Needs the application object.
+class LinuxPlatform {
+public:
+    /// @p console must outlive this.
+    explicit LinuxPlatform(SystemConsole &console);
+
+    /// The parts as the program knows them; valid while this lives.
+    Platform seams();
+
+private:
+    SystemConsole &m_console;
+    JsonPreferences m_preferences;
+    NetlinkStores m_stores;
+    HostNames m_host;
+    QtTimers m_timers;
+    BusNotifications m_notifications;
+    StatusNotifierBar m_statusBar;
+    DesktopWorkspace m_workspace;
+};
+
+} // namespace quillfen::platform
