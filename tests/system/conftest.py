@@ -1,0 +1,111 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""The worlds that the tests stand in, each made for one test and taken down after it."""
+
+import itertools
+
+import pytest
+
+from harness.bus import Bus, Listening
+from harness.desktop import Display
+from harness.home import Home
+from harness.network import Network
+from harness.panels import MatePanel, XfcePanel
+from harness.program import Program
+from harness.screen import Screen
+from harness.status_area import StatusArea
+
+
+def pytest_addoption(parser):
+    parser.addoption("--program", required=True, help="the quillfen binary to test")
+    parser.addoption("--program-version", required=True, help="the version it is to have")
+
+
+@pytest.hookimpl(hookwrapper=True)
+def pytest_runtest_makereport():
+    """A test that did not run has failed: here, everything it needs is installed."""
+    outcome = yield
+    report = outcome.get_result()
+    if report.skipped:
+        report.outcome = "failed"
+        report.longrepr = f"not run: {report.longrepr}"
+
+
+@pytest.fixture
+def version(request):
+    return request.config.getoption("--program-version")
+
+
+@pytest.fixture
+def network(tmp_path):
+    world = Network(tmp_path / "network")
+    yield world
+    world.close()
+
+
+@pytest.fixture
+def home(tmp_path):
+    """The home of the program's user."""
+    return Home(tmp_path / "home")
+
+
+@pytest.fixture
+def session(tmp_path):
+    """The home of the desktop's own processes."""
+    return Home(tmp_path / "session")
+
+
+@pytest.fixture
+def bus(session):
+    world = Bus(session)
+    yield world
+    world.close()
+
+
+@pytest.fixture
+def status_area(bus):
+    listening = Listening()
+    yield StatusArea(bus)
+    listening.close()
+
+
+@pytest.fixture
+def display(session, bus):
+    world = Display(session, bus)
+    yield world
+    world.close()
+
+
+@pytest.fixture
+def mate(session, bus, display):
+    """MATE's panel, not started yet."""
+    world = MatePanel(session, bus, display)
+    yield world
+    world.close()
+
+
+@pytest.fixture
+def xfce(session, bus, display):
+    world = XfcePanel(session, bus, display)
+    yield world
+    world.close()
+
+
+@pytest.fixture
+def screen_of(display, tmp_path):
+    """screen_of(panel): where that panel is looked at."""
+    return lambda panel: Screen(display, panel.height, tmp_path / "screen")
+
+
+@pytest.fixture
+def start(request, home, network):
+    """start(bus=..., display=...): one more run of the program, by default with neither."""
+    binary = request.config.getoption("--program")
+    runs = []
+    numbers = itertools.count(1)
+
+    def started(bus=None, display=None):
+        runs.append(Program(binary, home, network, bus, display, next(numbers)))
+        return runs[-1]
+    yield started
+    for run in runs:
+        run.kill()

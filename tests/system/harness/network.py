@@ -1,0 +1,80 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""A private network: interfaces, routes, addresses, names. Gone with the object."""
+
+import json
+import subprocess
+import time
+from pathlib import Path
+
+from .process import Process
+from .waiting import until
+
+NAME_SERVER = Path(__file__).with_name("name_server.py")
+
+
+class Network:
+    """A network namespace, and a mount namespace for the way in which names are looked up there.
+
+    Its only name server is 127.0.0.1, where at first nobody listens, so that a lookup fails at
+    once.
+    """
+
+    def __init__(self, folder):
+        folder.mkdir()
+        self._folder = folder
+        self._server = None
+        binds = ""
+        for name, text in (("resolv.conf", "nameserver 127.0.0.1\n"),
+                           ("nsswitch.conf", "hosts: files dns\n")):
+            (folder / name).write_text(text)
+            # Where the file is missing, what we want is the default.
+            binds += (f"target=$(readlink -f /etc/{name}); "
+                      f"[ ! -e $target ] || mount --bind '{folder}/{name}' $target; ")
+        # cat holds the namespaces; it ends with the pipe, that is with us at the latest.
+        self._holder = subprocess.Popen(
+            ["unshare", "--net", "--mount", "--propagation", "slave", "sh", "-ec",
+             f"{binds} ip link set lo up; echo ready; exec cat"],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        assert self._holder.stdout.readline() == b"ready\n", "the private network did not come up"
+
+    def close(self):
+        if self._server:
+            self._server.kill()
+        self._holder.stdin.close()
+        self._holder.stdout.close()
+        self._holder.wait()
+
+    def enter(self):
+        """The words that start a command line inside this network."""
+        return ["nsenter", f"--target={self._holder.pid}", "--net", "--mount", "--root", "--"]
+
+    def ip(self, *commands):
+        """Runs commands of ip(8) one after the other, in one process.
+
+        @returns the moment (time.monotonic) at which the last was done.
+        """
+        subprocess.run([*self.enter(), "ip", "-batch", "-"], input="\n".join(commands) + "\n",
+                       text=True, check=True)
+        return time.monotonic()
+
+    def cable(self, name, *addresses):
+        """Plugs in a cable: an interface that is up, with a living other end name + "x"."""
+        self.ip(f"link add {name} type veth peer name {name}x",
+                *(f"address add {address} dev {name}" for address in addresses),
+                # The other end first: with it up, the interface has a carrier from its start.
+                f"link set {name}x up", f"link set {name} up")
+
+    def know(self, names):
+        """From now on, names are known: a dictionary from addresses to their DNS names."""
+        self._serve_names(json.dumps(names))
+
+    def silence_names(self):
+        """From now on, lookups go to a server that takes them and never answers."""
+        self._serve_names("null")
+
+    def _serve_names(self, names):
+        assert not self._server, "one name server is enough"
+        self._server = Process([*self.enter(), "/usr/bin/python3", NAME_SERVER, names],
+                               {"PATH": "/usr/bin:/bin"}, self._folder / "name-server.txt")
+        until(lambda: "ready" in self._server.text(),
+              lambda: f"a name server: {self._server.text()}")

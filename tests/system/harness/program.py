@@ -1,0 +1,55 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""The real program, running."""
+
+import signal
+
+from .process import Process
+
+NOBODY_THERE = "unix:path=/nonexistent/bus"
+
+
+class Program:
+    """One run of the binary in a home, a network and, where they exist, on a bus and a display."""
+
+    def __init__(self, binary, home, network, bus=None, display=None, number=1):
+        """number tells runs in one home apart: it names the file with the console's text."""
+        environment = home.environment(
+            DBUS_SESSION_BUS_ADDRESS=bus.address if bus else NOBODY_THERE)
+        if display:
+            environment["DISPLAY"] = display.name
+        self.home = home
+        self.log = home.log
+        self._process = Process([*network.enter(), binary], environment,
+                                home.folder / f"console-{number}.txt")
+
+    @property
+    def pid(self):
+        return self._process.pid
+
+    def alive(self):
+        return self._process.alive()
+
+    def console(self):
+        """What the program has told the system console."""
+        return self._process.text()
+
+    def send(self, number):
+        self._process.send(number)
+
+    def exit_code(self, within=10.0):
+        """Waits for the end by itself. Negative: the signal that ended the program."""
+        return self._process.exit_code(within)
+
+    def stop(self, number=signal.SIGTERM):
+        """Asks the program to end and gives its exit code."""
+        self.send(number)
+        return self.exit_code()
+
+    def kill(self):
+        self._process.kill()
+
+    def private_dirty(self):
+        """The memory that is this process's own, in KiB."""
+        with open(f"/proc/{self.pid}/smaps_rollup", encoding="ascii") as rollup:
+            return next(int(line.split()[1]) for line in rollup
+                        if line.startswith("Private_Dirty:"))

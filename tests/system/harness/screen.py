@@ -1,0 +1,80 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""Looking at a display: screenshots, what differs between two, and the text in one."""
+
+import itertools
+import re
+import subprocess
+import time
+
+from .desktop import WIDTH
+from .waiting import until
+
+CONVERT = "/usr/bin/convert"  # ImageMagick's
+
+
+class Screen:
+    """The strip of a display in which its panel stands."""
+
+    def __init__(self, display, height, folder):
+        self._display = display
+        self._strip = f"{WIDTH}x{height}+0+0"
+        self._folder = folder
+        self._numbers = itertools.count(1)
+        folder.mkdir()
+
+    def shot(self):
+        """A picture of the panel as it is now."""
+        picture = self._folder / f"{next(self._numbers):03}.png"
+        self._display.run("import", "-window", "root", "-crop", self._strip, "+repage",
+                          str(picture))
+        return picture
+
+    def still(self):
+        """A picture of the panel once it has not changed for half a second."""
+        pictures = [self.shot()]
+        since = time.monotonic()
+
+        def at_rest():
+            nonlocal since
+            pictures.append(self.shot())
+            if difference(*pictures[-2:]):
+                since = time.monotonic()
+            return time.monotonic() - since > 0.5
+        until(at_rest, "a panel at rest", within=30)
+        return pictures[-1]
+
+    def text(self):
+        """What stands in the panel, as a reader sees it."""
+        return read(self.shot())
+
+    def wait_for_text(self, text, within=30.0):
+        seen = []
+
+        def readable():
+            seen.append(self.text())
+            return text in seen[-1]
+        until(readable, lambda: f"{text!r} in the panel; it reads {seen[-1]!r}", within)
+
+    def wait_without_text(self, text, within=30.0):
+        until(lambda: text not in self.text(), f"a panel without {text!r}", within)
+
+
+def difference(before, after):
+    """The box (width, height, x, y) of what differs between two pictures; None: nothing."""
+    box = _output(CONVERT, before, after, "-compose", "difference", "-composite", "-colorspace",
+                  "Gray", "-threshold", "8%", "-format", "%@ %[fx:maxima]", "info:")
+    found = re.fullmatch(r"(\d+)x(\d+)\+(\d+)\+(\d+) 1", box)
+    return tuple(int(number) for number in found.groups()) if found else None
+
+
+def read(picture):
+    """The text in a picture of a panel, dark on light; enlarged first, as small type needs."""
+    large = picture.with_suffix(".large.png")
+    _output(CONVERT, picture, "-scale", "300%", "-colorspace", "Gray", "-normalize", large)
+    return _output("tesseract", large, "-", "--psm", "6").strip()
+
+
+def _output(*argv):
+    return subprocess.run([str(word) for word in argv], check=True, stdout=subprocess.PIPE,
+                          stderr=subprocess.DEVNULL, text=True, timeout=60,
+                          env={"PATH": "/usr/bin:/bin", "OMP_THREAD_LIMIT": "1"}).stdout

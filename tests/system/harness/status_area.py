@@ -1,0 +1,91 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""A status area without a screen: takes a registration, hears the item's titles, asks it."""
+
+import time
+
+from gi.repository import Gio, GLib
+
+from .waiting import until
+
+WATCHER = "org.kde.StatusNotifierWatcher"
+ITEM = "org.kde.StatusNotifierItem"
+INTERFACE = f"""
+<node><interface name="{WATCHER}">
+  <method name="RegisterStatusNotifierItem"><arg type="s" direction="in"/></method>
+  <method name="RegisterStatusNotifierHost"><arg type="s" direction="in"/></method>
+  <property name="RegisteredStatusNotifierItems" type="as" access="read"/>
+  <property name="IsStatusNotifierHostRegistered" type="b" access="read"/>
+  <property name="ProtocolVersion" type="i" access="read"/>
+  <signal name="StatusNotifierItemRegistered"><arg type="s"/></signal>
+  <signal name="StatusNotifierHostRegistered"/>
+</interface></node>"""
+
+
+class StatusArea:
+    """The watcher of a session. Needs Listening, on whose thread its callbacks run."""
+
+    def __init__(self, bus):
+        self._connection = bus.connect()
+        self._items = []   # (connection's name, object path), in order of registration
+        self.titles = []   # (time.monotonic of its arrival, text), as signalled
+        self._connection.register_object("/StatusNotifierWatcher",
+                                         Gio.DBusNodeInfo.new_for_xml(INTERFACE).interfaces[0],
+                                         self._called, self._property, None)
+        self._connection.signal_subscribe(None, ITEM, "XAyatanaNewLabel", None, None,
+                                          Gio.DBusSignalFlags.NONE, self._retitled)
+        self._connection.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                   "org.freedesktop.DBus", "RequestName",
+                                   GLib.Variant("(su)", (WATCHER, 0)), None,
+                                   Gio.DBusCallFlags.NONE, 5000, None)
+
+    def _called(self, _connection, sender, _path, _interface, method, arguments, invocation):
+        if method == "RegisterStatusNotifierItem":
+            argument, = arguments.unpack()
+            path = argument if argument.startswith("/") else "/StatusNotifierItem"
+            self._items.append((sender, path))
+        invocation.return_value(None)
+
+    def _property(self, _connection, _sender, _path, _interface, name):
+        return {"RegisteredStatusNotifierItems":
+                GLib.Variant("as", [name + path for name, path in self._items]),
+                "IsStatusNotifierHostRegistered": GLib.Variant("b", True),
+                "ProtocolVersion": GLib.Variant("i", 0)}[name]
+
+    def _retitled(self, _connection, _sender, _path, _interface, _name, arguments):
+        self.titles.append((time.monotonic(), arguments.unpack()[0]))
+
+    def item(self, within=10.0):
+        """The (connection's name, object path) of the item that registered last."""
+        until(lambda: self._items, "an item in the status area", within)
+        return self._items[-1]
+
+    def ask(self, name):
+        """The item's property name as it is now; None when it has none of that name."""
+        owner, path = self.item()
+        answer = self._connection.call_sync(owner, path, "org.freedesktop.DBus.Properties",
+                                            "GetAll", GLib.Variant("(s)", (ITEM,)), None,
+                                            Gio.DBusCallFlags.NONE, 5000, None)
+        # Only the one is unpacked: the icons' pixels take Python longer than the whole call.
+        value = answer.get_child_value(0).lookup_value(name, None)
+        return value.unpack() if value else None
+
+    def ask_bus(self):
+        """A question that the bus itself answers."""
+        self._connection.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                   "org.freedesktop.DBus", "GetId", None, None,
+                                   Gio.DBusCallFlags.NONE, 5000, None)
+
+    def title(self):
+        """The text beside the icon; None when there is only an icon."""
+        return self.ask("XAyatanaLabel")
+
+    def wait_for_title(self, title, within=10.0):
+        until(lambda: self.title() == title,
+              lambda: f"the title {title!r}; it is {self.title()!r}", within)
+
+    def arrival(self, title, since, within=10.0):
+        """When, after since, title first arrived by signal (time.monotonic)."""
+        def found():
+            return [moment for moment, text in list(self.titles)
+                    if text == title and moment >= since]
+        return until(found, lambda: f"{title!r} signalled; came: {self.titles}", within)[0]

@@ -1,0 +1,98 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""A name server that takes every query and never answers must not be felt."""
+
+import threading
+import time
+
+import pytest
+
+BEFORE, AFTER = "192.0.2.7", "198.51.100.4"
+
+
+@pytest.fixture(autouse=True)
+def deaf(network, home):
+    network.silence_names()
+    network.cable("lan", f"{BEFORE}/24")
+    network.cable("wlan", f"{AFTER}/24")
+    network.ip("route add default dev lan")
+    home.set({"Initial Refresh": 86400})
+
+
+def change_address(network):
+    """Unplugs the first of the two. @returns when that was done (time.monotonic)."""
+    return network.ip("link set lan down")
+
+
+class Reader:
+    """Reads the item's title from the bus without a pause, and keeps the longest answer.
+
+    In turns with it, asks the bus itself: how long that takes at most is this machine's noise.
+    """
+
+    def __init__(self, status_area):
+        self._status_area = status_area
+        self._ended = threading.Event()
+        self._thread = threading.Thread(target=self._read, daemon=True)
+        self.count = 0
+        self.longest = 0.0  # seconds
+        self.noise = 0.0    # seconds
+        self._thread.start()
+
+    def _read(self):
+        while not self._ended.is_set():
+            self.longest = max(self.longest, duration(self._status_area.title))
+            self.noise = max(self.noise, duration(self._status_area.ask_bus))
+            self.count += 1
+
+    def stop(self):
+        self._ended.set()
+        self._thread.join()
+
+
+def duration(call):
+    """How long call() takes, in seconds."""
+    begun = time.monotonic()
+    call()
+    return time.monotonic() - begun
+
+
+def test_the_title_stands_before_the_first_name_is_given_up(home, bus, status_area, start):
+    start(bus)
+    status_area.wait_for_title(BEFORE)
+    assert "Checking internal IP" in home.log.lines()
+    assert not any("refreshed" in line for line in home.log.lines())
+
+
+def test_a_change_is_shown_at_once_and_logged_in_time(home, network, bus, status_area, start,
+                                                      version):
+    start(bus)
+    status_area.item()
+    home.log.wait_for_line(f"The current (first) internal IP address is:{BEFORE}")
+    changed = change_address(network)
+    shown = status_area.arrival(AFTER, since=changed - 1)
+    home.log.wait_for_line(f"Quillfen {version} refreshed. ({AFTER})")
+    refreshed = time.monotonic()
+    assert shown - changed <= 0.1
+    assert refreshed - changed <= 2.5
+    # It did wait for a name: what is measured here is a refresh with a deaf name server.
+    assert refreshed - changed >= 1.5
+
+
+def test_the_bus_is_answered_all_the_time(home, network, bus, status_area, start, version):
+    start(bus)
+    status_area.item()
+    reader = Reader(status_area)
+    change_address(network)
+    home.log.wait_for_line(f"Quillfen {version} refreshed. ({AFTER})", deadline=15)
+    reader.stop()
+    assert reader.count > 100
+    assert reader.longest <= 0.05 + reader.noise
+
+
+def test_termination_does_not_wait_for_a_name(home, network, bus, status_area, start):
+    program = start(bus)
+    status_area.item()
+    home.log.wait_for_line("Checking internal IP")
+    assert duration(program.stop) <= 1.0
+    assert program.exit_code() == 0
+    assert home.log.last_run()[-1] == "stop"

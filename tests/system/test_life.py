@@ -1,0 +1,84 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""Starting and ending: signals, missing and breaking surroundings, a second instance."""
+
+import signal
+
+import pytest
+
+from harness.waiting import stays, until
+
+STARTED = "The current (first) internal IP address is:192.0.2.7"
+
+
+@pytest.fixture(autouse=True)
+def plugged_in(network):
+    network.cable("lan", "192.0.2.7/24")
+
+
+def follows_a_change(network, home, version):
+    network.ip("address add 198.51.100.4/24 dev lan", "address del 192.0.2.7/24 dev lan")
+    home.log.wait_for_line(f"Quillfen {version} refreshed. (198.51.100.4)")
+
+
+@pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT, signal.SIGHUP])
+def test_a_signal_ends_the_program_in_order(home, bus, start, number):
+    program = start(bus)
+    home.log.wait_for_line(STARTED)
+    assert program.stop(number) == 0
+    assert home.log.last_run()[-1] == "stop"
+    assert home.log.last_run().count("stop") == 1
+
+
+def test_a_signal_during_start_up_ends_the_program_in_order(home, network, start):
+    network.silence_names()  # so that start-up takes seconds
+    program = start()
+    home.log.wait_for_line("Starting up...")
+    assert program.stop() == 0
+    assert home.log.last_run()[-1] == "stop"
+
+
+def test_the_end_of_the_display_ends_the_program_in_order(home, bus, display, start):
+    program = start(bus, display)
+    home.log.wait_for_line(STARTED)
+    display.break_down()
+    program.exit_code()
+    assert home.log.last_run()[-1] == "stop"
+
+
+def test_the_end_of_the_bus_leaves_the_program_watching(home, network, bus, start, version):
+    program = start(bus)
+    home.log.wait_for_line(STARTED)
+    bus.break_down()
+    follows_a_change(network, home, version)
+    assert program.stop() == 0
+    assert home.log.last_run()[-1] == "stop"
+
+
+@pytest.mark.parametrize("surroundings", [set(), {"bus"}, {"display"}, {"bus", "display"}],
+                         ids=["neither", "bus only", "display only", "both"])
+def test_the_program_watches_and_logs_with(surroundings, home, network, bus, display, start,
+                                           version):
+    program = start(bus if "bus" in surroundings else None,
+                    display if "display" in surroundings else None)
+    home.log.wait_for_line(STARTED)
+    follows_a_change(network, home, version)
+    assert program.stop() == 0
+    assert home.log.last_run()[-1] == "stop"
+
+
+def test_a_second_instance_ends_at_once_and_leaves_the_first_alone(home, network, bus, start,
+                                                                   version):
+    first = start(bus)
+    home.log.wait_for_line(STARTED)
+    assert start(bus).exit_code() == 0
+    assert home.log.lines().count("start") == 1
+    follows_a_change(network, home, version)
+    assert first.stop() == 0
+
+
+def test_without_a_bus_there_is_no_second_instance_to_be(home, start):
+    first = start()
+    home.log.wait_for_line(STARTED)
+    second = start()
+    until(lambda: home.log.lines().count("start") == 2, "the second start")
+    stays(lambda: first.alive() and second.alive(), "both run", during=0.5)

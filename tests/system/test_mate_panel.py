@@ -1,0 +1,80 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""MATE's panel with the indicator applet: the address is read back from the screen."""
+
+import pytest
+
+BEFORE, AFTER = "192.168.77.45", "10.24.68.139"
+
+
+@pytest.fixture(autouse=True)
+def plugged_in(network):
+    network.cable("lan", f"{BEFORE}/24")
+
+
+@pytest.fixture
+def screen(mate, screen_of):
+    return screen_of(mate)
+
+
+def change_address(network):
+    network.ip(f"address add {AFTER}/24 dev lan", f"address del {BEFORE}/24 dev lan")
+
+
+def test_the_address_stands_in_the_panel_and_follows_a_change(network, bus, display, mate,
+                                                              screen, start):
+    mate.start_watcher()
+    mate.start_panel()
+    program = start(bus, display)
+    screen.wait_for_text(BEFORE)
+    change_address(network)
+    screen.wait_for_text(AFTER)
+    assert BEFORE not in screen.text()
+    assert program.stop() == 0
+    screen.wait_without_text(AFTER)
+
+
+def test_the_address_is_there_again_after_a_restart_of_the_panel(network, bus, display, mate,
+                                                                 screen, start):
+    mate.start_watcher()
+    mate.start_panel()
+    start(bus, display)
+    screen.wait_for_text(BEFORE)
+    mate.stop_panel()
+    change_address(network)
+    mate.start_panel()
+    screen.wait_for_text(AFTER)
+
+
+def test_the_address_is_there_again_after_a_restart_of_the_watcher(network, bus, display, mate,
+                                                                   screen, start):
+    mate.start_watcher()
+    mate.start_panel()
+    start(bus, display)
+    screen.wait_for_text(BEFORE)
+    for _ in range(2):  # the second time is not the first
+        mate.stop_watcher()
+        screen.wait_without_text(BEFORE)
+        mate.start_watcher()
+        screen.wait_for_text(BEFORE)
+    change_address(network)
+    screen.wait_for_text(AFTER)
+
+
+def test_a_start_before_any_watcher_exists(home, bus, display, mate, screen, start):
+    start(bus, display)
+    home.log.wait_for_line(f"The current (first) internal IP address is:{BEFORE}")
+    mate.start_panel()
+    mate.start_watcher()
+    screen.wait_for_text(BEFORE)
+
+
+def test_no_network_is_shown_as_such(network, bus, display, mate, screen, start):
+    mate.start_watcher()
+    mate.start_panel()
+    start(bus, display)
+    screen.wait_for_text(BEFORE)
+    network.ip("link set lanx down")
+    screen.wait_without_text(BEFORE)
+    assert not any(letter.isdigit() for letter in screen.text())
+    network.ip("link set lanx up")
+    screen.wait_for_text(BEFORE)
