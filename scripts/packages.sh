@@ -4,9 +4,9 @@
 # The Debian packages that this project uses, and how they get onto a machine. Sourced by the
 # scripts beside it.
 
-# To build the program and run it.
+# To build the program and run it; the last one lets GTK's panels draw its icon, an SVG.
 build_packages="
-  cmake ninja-build g++ pkg-config qt6-base-dev libmnl-dev"
+  cmake ninja-build g++ pkg-config qt6-base-dev libmnl-dev librsvg2-common"
 
 # To test it: compilers and checkers, then the desktops and tools of the system tests.
 test_packages="

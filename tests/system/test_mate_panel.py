@@ -1,7 +1,11 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """MATE's panel with the indicator applet: the address is read back from the screen."""
 
+import re
+
 import pytest
+
+from harness.screen import darkest, difference
 
 BEFORE, AFTER = "192.168.77.45", "10.24.68.139"
 
@@ -31,6 +35,19 @@ def test_the_address_stands_in_the_panel_and_follows_a_change(network, bus, disp
     assert BEFORE not in screen.text()
     assert program.stop() == 0
     screen.wait_without_text(AFTER)
+
+
+def test_the_icon_is_drawn_beside_the_address(bus, display, mate, screen, start):
+    mate.start_watcher()
+    mate.start_panel()
+    empty = screen.still()
+    start(bus, display)
+    screen.wait_for_text(BEFORE)
+    full = screen.still()
+    width, height, x, y = difference(empty, full)
+    # The icon stands in the item's first quarter, as dark as the text. The picture that a host
+    # shows in place of an icon that it cannot load is a pale one.
+    assert darkest(full, (width // 4, height, x, y)) < 0.35
 
 
 def test_the_address_is_there_again_after_a_restart_of_the_panel(network, bus, display, mate,
@@ -75,6 +92,6 @@ def test_no_network_is_shown_as_such(network, bus, display, mate, screen, start)
     screen.wait_for_text(BEFORE)
     network.ip("link set lanx down")
     screen.wait_without_text(BEFORE)
-    assert not any(letter.isdigit() for letter in screen.text())
+    assert not re.search(r"\d\.\d", screen.text())
     network.ip("link set lanx up")
     screen.wait_for_text(BEFORE)

@@ -25,8 +25,8 @@ class Screen:
     def shot(self):
         """A picture of the panel as it is now."""
         picture = self._folder / f"{next(self._numbers):03}.png"
-        self._display.run("import", "-window", "root", "-crop", self._strip, "+repage",
-                          str(picture))
+        take = ("import", "-window", "root", "-crop", self._strip, "+repage", str(picture))
+        until(lambda: self._display.look(*take) is not None, "a screenshot")
         return picture
 
     def still(self):
@@ -70,8 +70,16 @@ def difference(before, after):
 def read(picture):
     """The text in a picture of a panel, dark on light; enlarged first, as small type needs."""
     large = picture.with_suffix(".large.png")
-    _output(CONVERT, picture, "-scale", "300%", "-colorspace", "Gray", "-normalize", large)
-    return _output("tesseract", large, "-", "--psm", "6").strip()
+    _output(CONVERT, picture, "-filter", "Lanczos", "-resize", "400%", "-colorspace", "Gray",
+            "-normalize", large)
+    return _output("tesseract", large, "-", "--psm", "7").strip()
+
+
+def darkest(picture, box):
+    """How bright the darkest pixel in a box of a picture is, from 0 to 1."""
+    width, height, x, y = box
+    return float(_output(CONVERT, picture, "-crop", f"{width}x{height}+{x}+{y}", "+repage",
+                         "-colorspace", "Gray", "-format", "%[fx:minima]", "info:"))
 
 
 def _output(*argv):

@@ -9,6 +9,8 @@ from .waiting import until
 
 WATCHER = "org.kde.StatusNotifierWatcher"
 ITEM = "org.kde.StatusNotifierItem"
+GONE = [f"org.freedesktop.DBus.Error.{reason}"
+        for reason in ("UnknownObject", "ServiceUnknown", "NameHasNoOwner", "NoReply")]
 INTERFACE = f"""
 <node><interface name="{WATCHER}">
   <method name="RegisterStatusNotifierItem"><arg type="s" direction="in"/></method>
@@ -61,13 +63,22 @@ class StatusArea:
 
     def ask(self, name):
         """The item's property name as it is now; None when it has none of that name."""
-        owner, path = self.item()
-        answer = self._connection.call_sync(owner, path, "org.freedesktop.DBus.Properties",
-                                            "GetAll", GLib.Variant("(s)", (ITEM,)), None,
-                                            Gio.DBusCallFlags.NONE, 5000, None)
+        properties = until(self._properties, "an item that answers")
         # Only the one is unpacked: the icons' pixels take Python longer than the whole call.
-        value = answer.get_child_value(0).lookup_value(name, None)
+        value = properties.get_child_value(0).lookup_value(name, None)
         return value.unpack() if value else None
+
+    def _properties(self):
+        """What the item answers; None when it went away meanwhile, as one does for another."""
+        owner, path = self.item()
+        try:
+            return self._connection.call_sync(owner, path, "org.freedesktop.DBus.Properties",
+                                              "GetAll", GLib.Variant("(s)", (ITEM,)), None,
+                                              Gio.DBusCallFlags.NONE, 5000, None)
+        except GLib.Error as error:
+            if Gio.DBusError.get_remote_error(error) not in GONE:
+                raise
+            return None
 
     def ask_bus(self):
         """A question that the bus itself answers."""
