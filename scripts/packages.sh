@@ -13,7 +13,7 @@ test_packages="
   clang libclang-rt-14-dev clang-format libsystemd-dev
   dbus iproute2 python3-gi python3-pytest
   xvfb openbox x11-utils x11-xserver-utils xdotool imagemagick tesseract-ocr tesseract-ocr-eng
-  mate-panel mate-indicator-applet ayatana-indicator-application xfce4-panel xfconf
+  mate-panel mate-indicator-applet ayatana-indicator-application xfce4-panel xfce4-session xfconf
   adwaita-icon-theme fonts-dejavu-core librsvg2-bin"
 
 # Installs those of the named packages that are missing; touches nothing when none is.

@@ -12,6 +12,7 @@ from harness.network import Network
 from harness.panels import MatePanel, XfcePanel
 from harness.program import Program
 from harness.screen import Screen
+from harness.session_manager import XfceSession
 from harness.status_area import StatusArea
 
 
@@ -91,6 +92,13 @@ def xfce(session, bus, display):
 
 
 @pytest.fixture
+def xfce_session(session, bus, display):
+    world = XfceSession(session, bus, display)
+    yield world
+    world.close()
+
+
+@pytest.fixture
 def screen_of(display, tmp_path):
     """screen_of(panel): where that panel is looked at."""
     return lambda panel: Screen(display, panel.height, tmp_path / "screen")
@@ -98,13 +106,13 @@ def screen_of(display, tmp_path):
 
 @pytest.fixture
 def start(request, home, network):
-    """start(bus=..., display=...): one more run of the program, by default with neither."""
+    """start(bus, display, more): one more run of the program, by default without any of them."""
     binary = request.config.getoption("--program")
     runs = []
     numbers = itertools.count(1)
 
-    def started(bus=None, display=None):
-        runs.append(Program(binary, home, network, bus, display, next(numbers)))
+    def started(bus=None, display=None, more=None):
+        runs.append(Program(binary, home, network, bus, display, next(numbers), more))
         return runs[-1]
     yield started
     for run in runs:

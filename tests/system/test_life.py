@@ -37,6 +37,17 @@ def test_a_signal_during_start_up_ends_the_program_in_order(home, network, start
     assert home.log.last_run()[-1] == "stop"
 
 
+def test_the_end_of_the_session_ends_the_program_in_order(home, bus, display, xfce_session, start):
+    others = set(xfce_session.clients())
+    program = start(bus, display, xfce_session.environment)
+    home.log.wait_for_line(STARTED)
+    until(lambda: set(xfce_session.clients()) - others, "the program in the session")
+    xfce_session.log_out()
+    assert program.exit_code() == 0
+    assert home.log.last_run()[-1] == "stop"
+    assert home.log.last_run().count("stop") == 1
+
+
 def test_the_end_of_the_display_ends_the_program_in_order(home, bus, display, start):
     program = start(bus, display)
     home.log.wait_for_line(STARTED)

@@ -11,12 +11,15 @@ NOBODY_THERE = "unix:path=/nonexistent/bus"
 class Program:
     """One run of the binary in a home, a network and, where they exist, on a bus and a display."""
 
-    def __init__(self, binary, home, network, bus=None, display=None, number=1):
-        """number tells runs in one home apart: it names the file with the console's text."""
+    def __init__(self, binary, home, network, bus=None, display=None, number=1, more=None):
+        """number tells runs in one home apart: it names the file with the console's text.
+        more: variables of its environment beside those that all of this brings.
+        """
         environment = home.environment(
             DBUS_SESSION_BUS_ADDRESS=bus.address if bus else NOBODY_THERE)
         if display:
             environment["DISPLAY"] = display.name
+        environment.update(more or {})
         self.home = home
         self.log = home.log
         self._process = Process([*network.enter(), binary], environment,
