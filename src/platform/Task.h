@@ -5,9 +5,9 @@
 #include <concepts>
 #include <coroutine>
 #include <exception>
+#include <optional>
 #include <type_traits>
 #include <utility>
-#include <variant>
 
 namespace quillfen::platform {
 
@@ -95,18 +95,19 @@ class TaskOutcome {
 public:
     template <typename U = T>
     requires std::convertible_to<U, T>
-    void return_value(U &&value) { m_outcome.template emplace<1>(std::forward<U>(value)); }
-    void unhandled_exception() noexcept { m_outcome.template emplace<2>(std::current_exception()); }
+    void return_value(U &&value) { m_value.emplace(std::forward<U>(value)); }
+    void unhandled_exception() noexcept { m_thrown = std::current_exception(); }
     /// Once, after the end.
     T take()
     {
-        if (const auto *thrown = std::get_if<2>(&m_outcome))
-            std::rethrow_exception(*thrown);
-        return std::get<1>(std::move(m_outcome));
+        if (m_thrown)
+            std::rethrow_exception(m_thrown);
+        return *std::move(m_value);
     }
 
 private:
-    std::variant<std::monostate, T, std::exception_ptr> m_outcome;
+    std::optional<T> m_value;
+    std::exception_ptr m_thrown;
 };
 
 template <>

@@ -33,10 +33,8 @@ public:
                      std::function<void()> callback) override;
     void post(const QString &name, const QString &object) override;
 
-private Q_SLOTS:
-    void hear(const QDBusMessage &signal);
-
 private:
+    Q_SLOT void hear(const QDBusMessage &signal);
     void deliver(const QString &name, const QString &object) const;
 
     struct Observer {

@@ -73,9 +73,11 @@ std::optional<std::vector<std::uint32_t>> values(const Numbers &file, std::size_
     if (!place)
         return {};
     std::vector<std::uint32_t> found;
-    if ((type != 3u && type != 4u) || *count > kMaxValues)
+    const bool isShort = type == 3u;
+    const bool isLong = type == 4u;
+    if ((!isShort && !isLong) || *count > kMaxValues)
         return found;
-    const std::size_t size = type == 3u ? 2 : 4;
+    const std::size_t size = isShort ? 2 : 4;
     const std::size_t start = *count * size <= 4 ? offset + 8 : *place;
     for (std::size_t i = 0; i < *count; ++i) {
         const auto value = file.number(start + i * size, size);
@@ -116,7 +118,8 @@ std::optional<QByteArray> strips(std::span<const std::byte> file, const Fields &
         if (offset > file.size() || file.size() - offset < count
             || bytes.size() + count > 4u * kMaxSide * kMaxSide)
             return {};
-        bytes.append(reinterpret_cast<const char *>(file.data()) + offset, count);
+        bytes.append(reinterpret_cast<const char *>(file.data()) + offset,
+                     static_cast<qsizetype>(count));
     }
     return bytes;
 }
