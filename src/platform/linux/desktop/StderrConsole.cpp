@@ -66,7 +66,7 @@ QString withVisibleControls(const QString &text)
     return visible;
 }
 
-StderrConsole::StderrConsole() : m_descriptor(STDERR_FILENO)
+StderrConsole::StderrConsole()
 {
     fillClosedStandardStreams();
     struct stat status = {};
@@ -109,12 +109,15 @@ qsizetype StderrConsole::send(const QByteArray &line) const
         const ssize_t taken = sendSome(line.constData() + sent, std::size_t(line.size() - sent));
         if (taken > 0)
             sent += taken;
-        else if (taken == 0 || (errno != EINTR && errno != EAGAIN))
-            break;
-        else if (errno == EAGAIN && !hasRoomBefore(deadline))
+        else if (taken == 0 || !goesOn(errno, deadline))
             break;
     }
     return sent;
+}
+
+bool StderrConsole::goesOn(int error, Deadline deadline) const
+{
+    return error == EINTR || (error == EAGAIN && hasRoomBefore(deadline));
 }
 
 ssize_t StderrConsole::sendSome(const char *bytes, std::size_t count) const

@@ -10,6 +10,7 @@
 #include <cstddef>
 
 #include <sys/types.h>
+#include <unistd.h>
 
 namespace quillfen::platform {
 
@@ -46,9 +47,11 @@ private:
     /// @returns how many bytes of @p line got through.
     qsizetype send(const QByteArray &line) const;
     ssize_t sendSome(const char *bytes, std::size_t count) const;
+    /// Whether it is worth trying on after @p error; waits for room where there is none.
+    bool goesOn(int error, Deadline deadline) const;
     bool hasRoomBefore(Deadline deadline) const;
 
-    int m_descriptor; ///< 2, or the same pipe or terminal opened anew, non-blocking.
+    int m_descriptor = STDERR_FILENO; ///< Or the same pipe or terminal opened anew, non-blocking.
     Way m_way = Way::Write;
     bool m_lostLast = false; ///< The last line was dropped: there is nobody to wait for.
     bool m_amidLine = false; ///< The last line was cut off: end it before the next.
