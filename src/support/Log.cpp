@@ -10,6 +10,7 @@
 #include "support/SettingsReading.h"
 #include "support/SupportFolders.h"
 
+#include <algorithm>
 #include <chrono>
 
 using namespace Qt::StringLiterals;
@@ -20,6 +21,18 @@ namespace {
 
 constexpr QLatin1StringView kFileName{"Quillfen.log"};
 constexpr qsizetype kBufferBytes = 255;
+
+/// @p message without what would end the line or steer a terminal that shows the file. It may hold
+/// text from outside, which must not pass for a line of ours. A NUL stays: the buffer ends there.
+QString inOneLine(QString message)
+{
+    const auto breaksOut = [](QChar c) {
+        return (c.category() == QChar::Other_Control && !c.isNull() && c != u'\t')
+            || c == QChar::LineSeparator || c == QChar::ParagraphSeparator;
+    };
+    std::ranges::replace_if(message, breaksOut, u' ');
+    return message;
+}
 
 /// What the file's line buffer holds for @p line.
 QByteArray lineBuffer(const QString &line)
@@ -56,7 +69,7 @@ void Log::LogMessage(const std::optional<QString> &message)
     if (!PrivateLogHandle || !ShouldLogToPrivateLog())
         return;
     const QString now = dateDescription(std::chrono::system_clock::now());
-    PrivateLogHandle->append(lineBuffer(formatText(u"[%@] %@", now, *message)));
+    PrivateLogHandle->append(lineBuffer(formatText(u"[%@] %@", now, inOneLine(*message))));
 }
 
 void Log::OpenPrivateLog()

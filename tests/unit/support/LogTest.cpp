@@ -262,7 +262,20 @@ private Q_SLOTS:
             {.name = "a NUL in a full one",
              .message = u"a\0"_s + text(room - 2),
              .written = "Da\n"},
-            {.name = "line breaks are written", .message = u"a\nb\r\n"_s, .written = "Da\nb\r\n\n"},
+            {.name = "line breaks", .message = u"a\nb\r\n"_s, .written = "Da b  \n"},
+            {.name = "a forged line",
+             .message = u"1\n[2026-01-01 00:00:00 +0000] stop"_s,
+             .written = "D1 [2026-01-01 00:00:00 +0000] stop\n"},
+            {.name = "line breaks of Unicode",
+             .message = u"a\u0085b\u2028c\u2029d"_s,
+             .written = "Da b c d\n"},
+            {.name = "what steers a terminal",
+             .message = u"\u001b[2Ja\u009b\u007f\b"_s,
+             .written = "D [2Ja   \n"},
+            {.name = "a tab", .message = u"a\tb"_s, .written = "Da\tb\n"},
+            {.name = "markup and marks",
+             .message = u"<b>&amp;\u202e</b>"_s,
+             .written = "D<b>&amp;\u202e</b>\n"},
         };
         QTest::addColumn<QString>("message");
         QTest::addColumn<QByteArray>("written");
