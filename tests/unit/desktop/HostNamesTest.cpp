@@ -2,6 +2,7 @@
 #include "platform/linux/desktop/HostNames.h"
 #include "platform/Turns.h"
 #include "unit/desktop/SilentNameServer.h"
+#include "unit/desktop/SlowService.h"
 #include "world/Settle.h"
 
 #include <QCoreApplication>
@@ -13,9 +14,9 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -29,38 +30,12 @@ namespace {
 
 using Answer = std::optional<QString>;
 
-/// A name service that answers when the test says so.
-class SlowService {
-public:
-    Answer ask(const QString &address)
-    {
-        std::unique_lock lock(m_mutex);
-        ++m_asked;
-        m_changed.wait(lock, [this] { return m_open; });
-        return u"host-"_s + address;
-    }
-    void open()
-    {
-        const std::lock_guard lock(m_mutex);
-        m_open = true;
-        m_changed.notify_all();
-    }
-    int asked()
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_asked;
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_open = false;
-    int m_asked = 0;
-};
-
 HostNames::Resolver resolverOf(const std::shared_ptr<SlowService> &service)
 {
-    return [service](const QString &address) { return service->ask(address); };
+    return [service](const QString &address) {
+        service->wait();
+        return u"host-"_s + address;
+    };
 }
 
 Task<void> keep(HostNames *host, QString address, std::vector<Answer> *answers)
@@ -70,6 +45,19 @@ Task<void> keep(HostNames *host, QString address, std::vector<Answer> *answers)
 }
 
 const QString kNoFile = u"/nonexistent"_s;
+
+/// Asks the system's resolver with such a server for a name and prints what came of it.
+int askASilentNameServer()
+{
+    const SilentNameServer server;
+    HostNames host;
+    QElapsedTimer watch;
+    watch.start();
+    const Answer name = settle(host.name(u"192.0.2.7"_s));
+    std::printf("%s, %s after %lld s\n", server.wasAsked() ? "asked" : "not asked",
+                name ? "a name" : "nothing", (watch.elapsed() + 100) / 1000);
+    return EXIT_SUCCESS;
+}
 
 } // namespace
 

@@ -1,15 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/linux/desktop/HostNames.h"
-#include "world/Settle.h"
-
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
-
-#include <cstdio>
-#include <cstdlib>
 
 #include <arpa/inet.h>
 #include <net/if.h>
@@ -73,18 +66,5 @@ private:
     QTemporaryDir m_folder;
     int m_socket = -1;
 };
-
-/// Asks the system's resolver with such a server for a name and prints what came of it.
-inline int askASilentNameServer()
-{
-    const SilentNameServer server;
-    HostNames host;
-    QElapsedTimer watch;
-    watch.start();
-    const std::optional<QString> name = world::settle(host.name(QStringLiteral("192.0.2.7")));
-    std::printf("%s, %s after %lld s\n", server.wasAsked() ? "asked" : "not asked",
-                name ? "a name" : "nothing", (watch.elapsed() + 100) / 1000);
-    return EXIT_SUCCESS;
-}
 
 } // namespace quillfen::platform

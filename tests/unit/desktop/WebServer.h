@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayList>
+#include <QHostAddress>
+#include <QObject>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include <functional>
+#include <map>
+#include <utility>
+
+namespace quillfen::platform {
+
+/// A web server in the test's own process that answers each path as it was told to, byte for byte.
+class WebServer : public QObject {
+public:
+    using Answer = std::function<void(QTcpSocket &)>;
+
+    WebServer()
+    {
+        m_server.listen(QHostAddress::LocalHost);
+        connect(&m_server, &QTcpServer::newConnection, this, [this] {
+            while (QTcpSocket *client = m_server.nextPendingConnection())
+                serve(*client);
+        });
+    }
+
+    quint16 port() const { return m_server.serverPort(); }
+    QUrl url(const QString &path) const
+    {
+        return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(port()).arg(path));
+    }
+
+    /// From now on @p path is answered so. Any other path gets no answer.
+    void answer(const QByteArray &path, Answer answer) { m_answers[path] = std::move(answer); }
+    /// @p path is answered by these bytes, and the connection closed.
+    void answer(const QByteArray &path, const QByteArray &bytes)
+    {
+        answer(path, [bytes](QTcpSocket &client) {
+            client.write(bytes);
+            client.disconnectFromHost();
+        });
+    }
+
+    /// The requests so far, each with all its fields.
+    const QByteArrayList &requests() const { return m_requests; }
+    /// How many connections are open.
+    qsizetype openConnections() const { return m_server.findChildren<QTcpSocket *>().size(); }
+
+private:
+    void serve(QTcpSocket &client)
+    {
+        connect(&client, &QTcpSocket::disconnected, &client, &QObject::deleteLater);
+        connect(&client, &QTcpSocket::readyRead, this, [this, &client] {
+            const QByteArray request = client.peek(64 * 1024);
+            if (!request.contains("\r\n\r\n"))
+                return;
+            client.readAll();
+            m_requests.append(request);
+            const auto known = m_answers.find(request.split(' ').value(1));
+            if (known != m_answers.end())
+                known->second(client);
+        });
+    }
+
+    QTcpServer m_server;
+    std::map<QByteArray, Answer> m_answers;
+    QByteArrayList m_requests;
+};
+
+/// A whole answer with that status line, those fields (each with its line end) and that body.
+inline QByteArray httpAnswer(const QByteArray &status, const QByteArray &fields,
+                             const QByteArray &body)
+{
+    return "HTTP/1.1 " + status + "\r\nConnection: close\r\n" + fields + "\r\n" + body;
+}
+
+} // namespace quillfen::platform
