@@ -56,7 +56,8 @@ AppController::AppController(const platform::Platform &platform, support::Log &l
       m_log(log),
       m_turns(turns),
       m_terminate(std::move(terminate)),
-      m_settings(platform.preferences)
+      m_settings(platform.preferences),
+      m_externalAddress(platform.urlLoader, platform.preferences, log, platform.console)
 { }
 
 AppController::~AppController() = default;
@@ -68,11 +69,16 @@ Task<> AppController::init()
     m_addresses.reserve(kAddressListCapacity);
     m_item = m_platform.statusBar.statusItemWithLength(platform::kVariableStatusItemLength);
     watchForTitle();
+    // Until the first refresh brings the real one: a name server or a service that keeps silent
+    // holds that up for long, and there must be something to quit from.
+    buildMenu();
     co_await setup();
     m_platform.notifications.addObserver(kPreferencesChanged, kPreferencesNotificationIdentifier,
                                          [this] { PreferencesChangedCallback(); });
     co_await initTimerAndRegisterNotifications();
 
+    const std::optional<QString> external = co_await m_externalAddress.externalIP();
+    m_log.LogMessage(formatText(u"The current external IP address is:%@", external));
     std::unique_ptr<QStringList> addresses;
     if (netinfo::CopyIPAddressListSCF(m_platform.stores, &addresses) == netinfo::noErr
         && !addresses->isEmpty()) {
@@ -84,6 +90,9 @@ Task<> AppController::init()
 Task<> AppController::setup()
 {
     m_platform.preferences.synchronize();
+    m_monitorExternalIPAddressTimer.reset();
+    if (m_settings.monitorExternalIP())
+        co_await monitorExternalIPAddress();
     co_await refresh(true);
 }
 
@@ -123,8 +132,7 @@ void AppController::InitialRefreshTimerCallback()
 
 void AppController::ClearExternalIPTimerCallback()
 {
-    m_log.LogMessage(formatText(u"Clearing external IP address. (Allows accessing \"%@\" again.)",
-                                kOlderLookupServiceHost));
+    m_turns.take(clearExternalIP());
 }
 
 void AppController::applicationWillTerminate()

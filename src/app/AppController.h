@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include "app/AppSettings.h"
+#include "netinfo/ExternalAddress.h"
 #include "platform/Menu.h"
 #include "platform/Platform.h"
 #include "platform/Task.h"
@@ -33,7 +34,7 @@ namespace quillfen::app {
 /// next event's begins. The title alone does not wait its turn (showTitleAhead()).
 ///
 /// Its sources, one subject each: AppController.cpp (life), …_refresh.cpp (addresses and title),
-/// …_menu.cpp (the status menu and its commands).
+/// …_external.cpp (the external address), …_menu.cpp (the status menu and its commands).
 class AppController : public platform::MenuDelegate {
 public:
     /// @p terminate ends the run loop; applicationWillTerminate() is then expected.
@@ -59,6 +60,12 @@ public:
     /// @p withIcon, an icon alone.
     void setTitle(const QString &title, bool withIcon);
 
+    /// One poll: asks for the external address, reports a change and logs when the next is due.
+    platform::Task<> externalIPAddressChangedTimerAction();
+    /// Compares @p current with the remembered address; logs, marks and remembers a change.
+    /// Nothing means that not even the text for a failed lookup came back.
+    void reportExternalAddress(const std::optional<QString> &current);
+
     /// Builds the menu from the present addresses and installs it.
     void buildMenu();
     bool validateMenuItem(const platform::MenuItem &item) const override;
@@ -72,6 +79,7 @@ private:
     void PreferencesChangedCallback();
     void InitialRefreshTimerCallback();
     void ClearExternalIPTimerCallback();
+    platform::Task<> clearExternalIP();
 
     /// Makes up for a change that fell between the last refresh's list and the subscription.
     void catchUp();
@@ -82,6 +90,12 @@ private:
     platform::Task<> refreshFirstAddress(QString current, std::optional<QString> previous);
     void noAddressFound();
     void rememberAddress(const QString &address);
+    void showChangeIcon();
+
+    platform::Task<> monitorExternalIPAddress();
+    void externalTimerFired();
+    platform::Task<> pollForTimer(std::weak_ptr<platform::Timer> timer);
+    void logNextCheck();
 
     platform::Task<> refreshOpeningMenu(std::function<void()> done);
     void setTitleOfDNSNameRow(const QString &title);
@@ -91,11 +105,14 @@ private:
     platform::Turns &m_turns;
     std::function<void()> m_terminate;
     AppSettings m_settings;
+    netinfo::ExternalAddress m_externalAddress;
 
     QStringList m_addresses; ///< The current address list; every successful refresh refills it.
     std::unique_ptr<platform::StatusItem> m_item;
     std::shared_ptr<platform::Menu> m_menu; ///< The menu of the last build.
 
+    /// Nothing while the external address is not watched. Shared only with a tick that waits.
+    std::shared_ptr<platform::Timer> m_monitorExternalIPAddressTimer;
     std::unique_ptr<platform::DynamicStore> m_store;
     std::unique_ptr<platform::RunLoopSource> m_source;
     std::unique_ptr<platform::DynamicStore> m_titleStore; ///< These two for showTitleAhead() alone.

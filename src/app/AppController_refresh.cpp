@@ -85,8 +85,13 @@ void AppController::noAddressFound()
 Task<> AppController::ipAddressChanged()
 {
     co_await refresh(false);
+    showChangeIcon();
+}
+
+void AppController::showChangeIcon()
+{
     if (!m_settings.displayChangedIconWhenAddressChangeDetected())
-        co_return;
+        return;
     if (m_settings.titleIconOnly())
         m_item->setTitle({});
     m_item->setImage(kChangeImage);

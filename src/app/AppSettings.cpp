@@ -46,6 +46,17 @@ bool AppSettings::includeMachineNameInTitle() const
     return synchronizedBoolean(m_preferences, support::kIncludeMachineName);
 }
 
+bool AppSettings::monitorExternalIP() const
+{
+    return synchronizedBoolean(m_preferences, support::kEmailChangesToExternalIPAddress);
+}
+
+QString AppSettings::lastExternalIPAddress() const
+{
+    m_preferences.synchronize();
+    return support::readString(m_preferences, support::kLastExternalIPAddress);
+}
+
 std::int16_t AppSettings::minutesInterval() const
 {
     m_preferences.synchronize();

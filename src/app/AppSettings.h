@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include <QString>
+
 namespace quillfen::platform {
 class Preferences;
 }
@@ -23,6 +25,10 @@ public:
     bool includeCurrentWirelessNetworkInTitle() const;
     bool includeMachineNameInTitle() const;
 
+    /// Whether the external address is watched.
+    bool monitorExternalIP() const;
+    /// The external address seen last; "0.0.0.0" when none is stored.
+    QString lastExternalIPAddress() const;
     /// The external poll interval in minutes: the stored number's low 16 bits, never below 6.
     std::int16_t minutesInterval() const;
     /// The same in seconds, in 16-bit arithmetic: exact up to 546 minutes, wrapped from 547 on.

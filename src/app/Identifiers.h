@@ -14,10 +14,6 @@ inline constexpr QLatin1StringView kPreferencesChanged{"Preferences Changed"};
 /// The text in place of an address when there is none; it is stored and compared like one.
 inline constexpr QLatin1StringView kNoAddress{"-.-.-.-"};
 
-/// The host named where the remembered external address is let go: the older lookup service
-/// from whose days that rule dates. It is not asked any more.
-inline constexpr QLatin1StringView kOlderLookupServiceHost{"checkip.dyndns.org"};
-
 /// The image of the icon-only title, and the one that marks a detected change.
 inline constexpr QLatin1StringView kSmallImage{"QuillfenSmall.tif"};
 inline constexpr QLatin1StringView kChangeImage{"QuillfenChange.tif"};

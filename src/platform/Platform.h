@@ -10,6 +10,7 @@ class Preferences;
 class StatusBar;
 class SystemConsole;
 class Timers;
+class UrlLoader;
 class Workspace;
 
 /// All that a desktop gives us, as one value. Whoever made the parts keeps them alive.
@@ -19,6 +20,7 @@ struct Platform {
     DynamicStores &stores;
     Host &host;
     Timers &timers;
+    UrlLoader &urlLoader;
     DistributedNotificationCenter &notifications;
     StatusBar &statusBar;
     Workspace &workspace;

@@ -12,6 +12,7 @@
 #include "world/FakeStatusBar.h"
 #include "world/FakeStores.h"
 #include "world/FakeTimers.h"
+#include "world/FakeUrlLoader.h"
 #include "world/FakeWorkspace.h"
 #include "world/Settle.h"
 
@@ -33,6 +34,7 @@ public:
     FakeStores network;
     FakeHost host;
     FakeTimers clock;
+    FakeUrlLoader service;
     FakeNotifications session;
     FakeStatusBar statusBar;
     FakeWorkspace workspace;
@@ -116,6 +118,7 @@ private:
                 .stores = network,
                 .host = host,
                 .timers = clock,
+                .urlLoader = service,
                 .notifications = session,
                 .statusBar = statusBar,
                 .workspace = workspace};

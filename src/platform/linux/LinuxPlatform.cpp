@@ -20,6 +20,7 @@ Platform LinuxPlatform::seams()
             .stores = m_stores,
             .host = m_host,
             .timers = m_timers,
+            .urlLoader = m_urlLoader,
             .notifications = m_notifications,
             .statusBar = m_statusBar,
             .workspace = m_workspace};

@@ -7,6 +7,8 @@
 #include "platform/linux/desktop/HostNames.h"
 #include "platform/linux/desktop/JsonPreferences.h"
 #include "platform/linux/desktop/QtTimers.h"
+#include "platform/linux/desktop/QtUrlLoader.h"
+#include "platform/linux/desktop/SystemNameLookup.h"
 #include "platform/linux/net/NetlinkStores.h"
 #include "platform/linux/panel/StatusNotifierBar.h"
 
@@ -27,6 +29,8 @@ private:
     NetlinkStores m_stores;
     HostNames m_host;
     QtTimers m_timers;
+    SystemNameLookup m_names;
+    QtUrlLoader m_urlLoader{m_names};
     BusNotifications m_notifications;
     StatusNotifierBar m_statusBar;
     DesktopWorkspace m_workspace;

@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """The lines that the activity log is to hold, made from what the program should have seen."""
 
+LOADING = "Loading external IP address...(from http://checkip.dyndns.org/)"
+
 
 class Transcript:
     """Lines of one version of the program; names maps addresses to their DNS names."""
@@ -9,11 +11,15 @@ class Transcript:
         self._version = version
         self._names = names or {}
 
-    def opening(self, *addresses, last):
-        """From the start marker to the end of start-up; last is the address stored before."""
+    def opening(self, *addresses, last, external="-.-.-.-"):
+        """From the start marker to the end of start-up, with the external address not watched.
+
+        last is the address stored before, external what the lookup service has answered.
+        """
         first = addresses[0] if addresses else None
         lines = ["start", "Starting up...", *self.refresh(*addresses, last=last),
                  *self.refresh(*addresses, last=first or "-.-.-.-")]
+        lines += [LOADING, f"The current external IP address is:{external}"]
         if first:
             lines.append(f"The current (first) internal IP address is:{first}")
         return lines
