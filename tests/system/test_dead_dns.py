@@ -1,10 +1,11 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """A name server that takes every query and never answers must not be felt."""
 
-import threading
 import time
 
 import pytest
+
+from harness.reader import Reader, duration
 
 BEFORE, AFTER = "192.0.2.7", "198.51.100.4"
 
@@ -22,39 +23,6 @@ def deaf(network, home):
 def change_address(network):
     """Unplugs the first of the two. @returns when that was done (time.monotonic)."""
     return network.ip("link set lan down")
-
-
-class Reader:
-    """Reads the item's title from the bus without a pause, and keeps the longest answer.
-
-    In turns with it, asks the bus itself: how long that takes at most is this machine's noise.
-    """
-
-    def __init__(self, status_area):
-        self._status_area = status_area
-        self._ended = threading.Event()
-        self._thread = threading.Thread(target=self._read, daemon=True)
-        self.count = 0
-        self.longest = 0.0  # seconds
-        self.noise = 0.0    # seconds
-        self._thread.start()
-
-    def _read(self):
-        while not self._ended.is_set():
-            self.longest = max(self.longest, duration(self._status_area.title))
-            self.noise = max(self.noise, duration(self._status_area.ask_bus))
-            self.count += 1
-
-    def stop(self):
-        self._ended.set()
-        self._thread.join()
-
-
-def duration(call):
-    """How long call() takes, in seconds."""
-    begun = time.monotonic()
-    call()
-    return time.monotonic() - begun
 
 
 def test_the_title_stands_before_the_first_name_is_given_up(home, bus, status_area, start):

@@ -1,14 +1,18 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """A private network: interfaces, routes, addresses, names. Gone with the object."""
 
+import ctypes
 import json
+import os
 import subprocess
+import threading
 import time
 from pathlib import Path
 
 from .process import Process
 from .waiting import until
 
+CLONE_NEWNET = 0x40000000  # sched.h
 NAME_SERVER = Path(__file__).with_name("name_server.py")
 
 
@@ -44,9 +48,29 @@ class Network:
         self._holder.stdout.close()
         self._holder.wait()
 
+    @property
+    def pid(self):
+        """A process that lives in the namespaces as long as they do."""
+        return self._holder.pid
+
     def enter(self):
         """The words that start a command line inside this network."""
-        return ["nsenter", f"--target={self._holder.pid}", "--net", "--mount", "--root", "--"]
+        return ["nsenter", f"--target={self.pid}", "--net", "--mount", "--root", "--"]
+
+    def inside(self, work):
+        """What work() gives when it is done in this network; sockets that it makes stay there."""
+        results = []
+
+        def move_and_work():
+            with open(f"/proc/{self.pid}/ns/net", "rb") as here:
+                libc = ctypes.CDLL(None, use_errno=True)
+                if libc.setns(here.fileno(), CLONE_NEWNET) != 0:
+                    raise OSError(ctypes.get_errno(), os.strerror(ctypes.get_errno()))
+            results.append(work())
+        thread = threading.Thread(target=move_and_work)  # only this thread moves, and it ends
+        thread.start()
+        thread.join()
+        return results[0]
 
     def ip(self, *commands):
         """Runs commands of ip(8) one after the other, in one process.

@@ -9,6 +9,7 @@ from .waiting import until
 
 WATCHER = "org.kde.StatusNotifierWatcher"
 ITEM = "org.kde.StatusNotifierItem"
+MENU = "com.canonical.dbusmenu"
 GONE = [f"org.freedesktop.DBus.Error.{reason}"
         for reason in ("UnknownObject", "ServiceUnknown", "NameHasNoOwner", "NoReply")]
 INTERFACE = f"""
@@ -79,6 +80,17 @@ class StatusArea:
             if Gio.DBusError.get_remote_error(error) not in GONE:
                 raise
             return None
+
+    def choose(self, label):
+        """Chooses the row of the item's menu that is called label, as a click does."""
+        rows = self._call_menu("GetLayout", GLib.Variant("(iias)", (0, -1, ["label"])))[1][2]
+        row, = [number for number, properties, _ in rows if properties.get("label") == label]
+        self._call_menu("Event", GLib.Variant("(isvu)", (row, "clicked", GLib.Variant("i", 0), 0)))
+
+    def _call_menu(self, method, arguments):
+        return self._connection.call_sync(self.item()[0], self.ask("Menu"), MENU, method,
+                                          arguments, None, Gio.DBusCallFlags.NONE, 5000,
+                                          None).unpack()
 
     def ask_bus(self):
         """A question that the bus itself answers."""

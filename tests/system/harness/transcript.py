@@ -1,7 +1,16 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """The lines that the activity log is to hold, made from what the program should have seen."""
 
+import re
+
 LOADING = "Loading external IP address...(from http://checkip.dyndns.org/)"
+COPYING = "Copying external IP address..."
+
+
+def without_dates(lines):
+    """lines, with a star for each date that one of them tells."""
+    return [re.sub(r"\(at \d{4}-\d\d-\d\d \d\d:\d\d:\d\d [+-]\d{4}\)", "(at *)", line)
+            for line in lines]
 
 
 class Transcript:
@@ -11,15 +20,18 @@ class Transcript:
         self._version = version
         self._names = names or {}
 
-    def opening(self, *addresses, last, external="-.-.-.-"):
-        """From the start marker to the end of start-up, with the external address not watched.
+    def opening(self, *addresses, last, external="-.-.-.-", watched=None):
+        """From the start marker to the end of start-up.
 
-        last is the address stored before, external what the lookup service has answered.
+        last is the address stored before, external what the lookup service has answered. Where the
+        external address is watched, watched is the one stored before.
         """
         first = addresses[0] if addresses else None
-        lines = ["start", "Starting up...", *self.refresh(*addresses, last=last),
+        poll = self.poll(external, watched) if watched else []
+        lines = ["start", "Starting up...", *poll, *self.refresh(*addresses, last=last),
                  *self.refresh(*addresses, last=first or "-.-.-.-")]
-        lines += [LOADING, f"The current external IP address is:{external}"]
+        kept = watched and external != "-.-.-.-"
+        lines += [COPYING if kept else LOADING, f"The current external IP address is:{external}"]
         if first:
             lines.append(f"The current (first) internal IP address is:{first}")
         return lines
@@ -40,6 +52,15 @@ class Transcript:
             lines.append("(First) Internal IP address changed "
                          f"from:{last or '(null)'} to:{first}")
         return [*lines, self.refreshed(first)]
+
+    @staticmethod
+    def poll(current, last, source=LOADING, minutes=6):
+        """One poll that finds current when last was the one stored before; without_dates()."""
+        lines = ["Checking external IP", source, f"Current external IP address: {current}",
+                 f"Last external IP address: {last}"]
+        if current.lower() != last.lower():
+            lines.append(f"External IP address changed from:{last} to:{current}")
+        return [*lines, f"Next external IP address check in: {minutes} minutes (at *)"]
 
     def refreshed(self, address):
         """The last line of a refresh."""

@@ -1,0 +1,38 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""How long the program takes to answer on the bus while it is busy."""
+
+import threading
+import time
+
+
+class Reader:
+    """Reads the item's title from the bus without a pause, and keeps the longest answer.
+
+    In turns with it, asks the bus itself: how long that takes at most is this machine's noise.
+    """
+
+    def __init__(self, status_area):
+        self._status_area = status_area
+        self._ended = threading.Event()
+        self._thread = threading.Thread(target=self._read, daemon=True)
+        self.count = 0
+        self.longest = 0.0  # seconds
+        self.noise = 0.0    # seconds
+        self._thread.start()
+
+    def _read(self):
+        while not self._ended.is_set():
+            self.longest = max(self.longest, duration(self._status_area.title))
+            self.noise = max(self.noise, duration(self._status_area.ask_bus))
+            self.count += 1
+
+    def stop(self):
+        self._ended.set()
+        self._thread.join()
+
+
+def duration(call):
+    """How long call() takes, in seconds."""
+    begun = time.monotonic()
+    call()
+    return time.monotonic() - begun
