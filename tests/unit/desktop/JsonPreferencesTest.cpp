@@ -48,6 +48,23 @@ private Q_SLOTS:
         QCOMPARE(JsonPreferences::standardFolder(), expected + u"/com.corvane.Quillfen"_s);
     }
 
+    void haveNoFolderWithoutAHome_data()
+    {
+        QTest::addColumn<QByteArray>("home");
+        QTest::newRow("unset") << QByteArray();
+        QTest::newRow("empty") << QByteArray("");
+        QTest::newRow("relative") << QByteArray("home/of/test");
+    }
+    void haveNoFolderWithoutAHome()
+    {
+        QFETCH(QByteArray, home);
+        qunsetenv("XDG_CONFIG_HOME");
+        qunsetenv("HOME");
+        if (!home.isNull())
+            qputenv("HOME", home);
+        QCOMPARE(JsonPreferences::standardFolder(), QString());
+    }
+
     void areForTheirUserOnly()
     {
         const SettingsFolder folder;

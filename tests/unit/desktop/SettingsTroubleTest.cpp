@@ -262,6 +262,61 @@ private Q_SLOTS:
         QCOMPARE(m_console.lines().size(), 1);
     }
 
+    void whatIsNoLockFileHoldsNothingUp_data()
+    {
+        struct Row {
+            const char *name;
+            Put put;
+        };
+        static const Row rows[] = {
+            {.name = "a FIFO",
+             .put =
+                 [](const SettingsFolder &folder) {
+                     QCOMPARE(mkfifo(encoded(lockOf(folder)).constData(), 0600), 0);
+                 }},
+            {.name = "a folder",
+             .put = [](const SettingsFolder &folder) { QVERIFY(QDir().mkpath(lockOf(folder))); }},
+            {.name = "a link to a device",
+             .put =
+                 [](const SettingsFolder &folder) {
+                     QVERIFY(QFile::link(u"/dev/zero"_s, lockOf(folder)));
+                 }},
+            {.name = "a link to nothing",
+             .put =
+                 [](const SettingsFolder &folder) {
+                     QVERIFY(QFile::link(u"/nonexistent"_s, lockOf(folder)));
+                 }},
+        };
+        QTest::addColumn<Put>("put");
+        for (const Row &row : rows)
+            QTest::newRow(row.name) << row.put;
+    }
+    void whatIsNoLockFileHoldsNothingUp()
+    {
+        QFETCH(Put, put);
+        const SettingsFolder folder;
+        folder.write(R"({"n":1})");
+        put(folder);
+        const ino_t inode = inodeOf(lockOf(folder));
+        QCOMPARE(inChild([&] { return besideNoLockFile(folder); }), "");
+        QCOMPARE(inodeOf(lockOf(folder)), inode);
+        QCOMPARE(folder.bytes(), R"({"n":1})");
+    }
+
+    void withoutAFolderSettingsLiveInMemory()
+    {
+        JsonPreferences settings(m_console, QString());
+        QVERIFY(settings.synchronize());
+        settings.setValue(u"ours"_s, true);
+        for (int i = 0; i < 3; ++i)
+            QVERIFY(!settings.synchronize());
+        QCOMPARE(settings.value(u"ours"_s), QJsonValue(true));
+        QCOMPARE(m_console.lines().size(), 1);
+        QVERIFY(m_console.lines().constFirst().contains(u"HOME"_s));
+        QVERIFY(!QFileInfo::exists(u"/settings.json"_s));
+        QVERIFY(!QFileInfo::exists(u"/settings.json.lock"_s));
+    }
+
     void aFullDiskCostsNoValue()
     {
         const SettingsFolder folder;
@@ -279,6 +334,23 @@ private:
         constexpr uid_t kNobody = Unprivileged::kNobody;
         QCOMPARE(chown(encoded(folder.path()).constData(), kNobody, kNobody), 0);
         QCOMPARE(chown(encoded(folder.file()).constData(), kNobody, kNobody), 0);
+    }
+
+    static QString lockOf(const SettingsFolder &folder) { return folder.file() + u".lock"_s; }
+
+    QByteArray besideNoLockFile(const SettingsFolder &folder)
+    {
+        constexpr unsigned kStandsStill = 10; // seconds
+        alarm(kStandsStill);
+        JsonPreferences settings(m_console, folder.path());
+        settings.setValue(u"ours"_s, true);
+        for (int i = 0; i < 3; ++i)
+            HOLDS(!settings.synchronize());
+        HOLDS(settings.value(u"ours"_s) == QJsonValue(true));
+        HOLDS(m_console.lines().size() == 1);
+        HOLDS(m_console.lines().constFirst().contains(lockOf(folder)));
+        HOLDS(m_console.lines().constFirst().contains(u"no regular file"_s));
+        return {};
     }
 
     QByteArray onAFullDisk(const SettingsFolder &folder)

@@ -7,6 +7,7 @@
 #include <QTest>
 
 #include <array>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 
@@ -14,6 +15,7 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace quillfen::platform {
 
@@ -24,6 +26,8 @@ const QString kStubborn = u"--stubborn"_s;
 const QString kStuck = u"--stuck"_s;
 const QString kBrokenPipe = u"--broken-pipe"_s;
 const QString kParent = u"--parent"_s;
+const QString kLeaving = u"--leaving"_s;
+const QString kLingering = u"--lingering"_s;
 
 void say(const char *word)
 {
@@ -31,9 +35,29 @@ void say(const char *word)
     std::fflush(stdout);
 }
 
+/// A program that has ended in order and gets @p again once more, right before its very end.
+int beLeaving(QCoreApplication &app, int again, std::chrono::milliseconds after)
+{
+    {
+        const UnixSignals watch(&QCoreApplication::quit);
+        say("ready");
+        app.exec();
+    }
+    say("leaving");
+    QTest::qWait(static_cast<int>(after.count()));
+    raise(again);
+    say("left");
+    return EXIT_SUCCESS;
+}
+
 /// A program that is started by the tests, as @p what.
 int beProgram(QCoreApplication &app, const QString &what)
 {
+    if (what == kLeaving)
+        return beLeaving(app, SIGINT, 0ms);
+    if (what == kLingering)
+        return beLeaving(app, SIGINT, 1100ms);
+    ignoreSignalsOfFailedWrites();
     const UnixSignals watch([&] {
         say("asked");
         if (what == kOrderly)
@@ -172,13 +196,27 @@ private Q_SLOTS:
             QVERIFY2(status.contains(set + "\t0000000000000000"_L1), qPrintable(status));
     }
 
-    void afterItsEndSignalsEndTheProcessAsEver()
+    void afterItsEndTheSameRequestIsStillTheSame()
     {
-        bool asked = false;
+        Program program(kLeaving);
+        program.send(SIGTERM);
+        QCOMPARE(program.nextLine(), "leaving");
+        QCOMPARE(program.nextLine(), "left");
+        QCOMPARE(program.end(), 0);
+    }
+
+    void afterItsEndALaterRequestEndsTheProcess()
+    {
+        Program program(kLingering);
+        program.send(SIGTERM);
+        QCOMPARE(program.nextLine(), "leaving");
+        QCOMPARE(program.end(), -SIGINT);
+    }
+
+    void afterItsEndWithoutARequestSignalsEndTheProcessAsEver()
+    {
         {
-            const UnixSignals ours([&] { asked = true; });
-            raise(SIGINT);
-            QTRY_VERIFY(asked);
+            const UnixSignals ours([] {});
         }
         struct sigaction action = {};
         for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
@@ -194,7 +232,8 @@ int main(int argc, char **argv)
 {
     using namespace quillfen::platform;
     QCoreApplication app(argc, argv);
-    for (const QString &what : {kOrderly, kStubborn, kStuck, kBrokenPipe, kParent}) {
+    for (const QString &what :
+         {kOrderly, kStubborn, kStuck, kBrokenPipe, kParent, kLeaving, kLingering}) {
         if (app.arguments().contains(what))
             return beProgram(app, what);
     }

@@ -3,7 +3,6 @@
 
 #include "platform/SystemConsole.h"
 
-#include <QDir>
 #include <QLockFile>
 #include <QThread>
 
@@ -41,14 +40,20 @@ bool lockWithin(QLockFile &lock, std::chrono::milliseconds patience)
 
 JsonPreferences::JsonPreferences(SystemConsole &console, const QString &folder)
     : m_console(console),
-      m_file(folder)
+      m_file(folder),
+      m_hasPlace(!folder.isEmpty())
 { }
 
 QString JsonPreferences::standardFolder()
 {
     QString base = qEnvironmentVariable("XDG_CONFIG_HOME");
-    if (!base.startsWith(u'/'))
-        base = QDir::homePath() + "/.config"_L1;
+    if (!base.startsWith(u'/')) {
+        // Not QDir::homePath(): without HOME that is the root folder, which is nobody's home.
+        const QString home = qEnvironmentVariable("HOME");
+        if (!home.startsWith(u'/'))
+            return {};
+        base = home + "/.config"_L1;
+    }
     return base + "/com.corvane.Quillfen"_L1;
 }
 
@@ -68,6 +73,11 @@ void JsonPreferences::setValue(const QString &key, const QJsonValue &value)
 
 bool JsonPreferences::synchronize()
 {
+    if (!m_hasPlace) {
+        complain(u"The settings are forgotten at the end: neither XDG_CONFIG_HOME nor HOME is an "
+                 "absolute path."_s);
+        return m_pending.isEmpty();
+    }
     if (m_pending.isEmpty() && m_seen && m_file.isStill(*m_seen))
         return true;
     const bool well = m_pending.isEmpty() ? readAgain() : store();
@@ -114,6 +124,10 @@ bool JsonPreferences::store()
 
 bool JsonPreferences::takeLock(QLockFile &lock)
 {
+    if (!m_file.isLockable()) {
+        complain(u"The settings wait for %1: it is no regular file"_s.arg(m_file.lockPath()));
+        return false;
+    }
     // Whoever holds it for so long may do so for longer; wait for it only once.
     if (lockWithin(lock, m_lockWasBusy ? 0ms : kLockPatience)) {
         m_lockWasBusy = false;

@@ -29,11 +29,13 @@ class SystemConsole;
 /// Main thread only; blocks for at most 250 ms, and that only while another process writes.
 class JsonPreferences : public Preferences {
 public:
-    /// Settings in @p folder, which is made (mode 0700) when there is something to store.
+    /// Settings in @p folder, which is made (mode 0700) when there is something to store. With no
+    /// folder (an empty path) they live in memory only, and the first synchronize() says so.
     /// @p console must outlive this. Values are absent until the first synchronize().
     JsonPreferences(SystemConsole &console, const QString &folder);
 
     /// `$XDG_CONFIG_HOME/com.corvane.Quillfen`; `~/.config` where that names no absolute path.
+    /// Empty when HOME names none either, as for the activity log.
     /// @source XDG Base Directory Specification 0.8.
     static QString standardFolder();
 
@@ -53,6 +55,7 @@ private:
 
     SystemConsole &m_console;
     SettingsFile m_file;
+    bool m_hasPlace; ///< Or m_file is not to be touched.
     QJsonObject m_stored; ///< As last read.
     QJsonObject m_pending; ///< Set here and not stored yet.
     std::optional<SettingsFile::Identity> m_seen; ///< The file m_stored came from, if settled.

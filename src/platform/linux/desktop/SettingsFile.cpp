@@ -109,6 +109,14 @@ QString SettingsFile::lockPath() const
     return m_path + ".lock"_L1;
 }
 
+bool SettingsFile::isLockable() const
+{
+    struct stat status = {};
+    // A link does not count as what it leads to: a lock file is made without following any.
+    return lstat(QFile::encodeName(lockPath()).constData(), &status) != 0
+        || S_ISREG(status.st_mode);
+}
+
 bool SettingsFile::isStill(const Identity &identity) const
 {
     struct stat status = {};

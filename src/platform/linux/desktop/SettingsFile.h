@@ -47,6 +47,9 @@ public:
 
     QString path() const { return m_path; }
     QString lockPath() const;
+    /// Whether a lock file can be taken there: nothing lies in its place, or a regular file. Any
+    /// other thing is nobody's lock, and opening it can block or set a device going.
+    bool isLockable() const;
     /// Whether the file's state is still @p identity: one stat(2).
     bool isStill(const Identity &identity) const;
     /// Reads the whole file. Never blocks on a FIFO or device in its place.

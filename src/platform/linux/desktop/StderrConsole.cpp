@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/desktop/StderrConsole.h"
 
+#include "platform/linux/desktop/UnixSignals.h"
+
 #include <QDateTime>
 
 #include <algorithm>
@@ -68,6 +70,7 @@ QString withVisibleControls(const QString &text)
 
 StderrConsole::StderrConsole()
 {
+    ignoreSignalsOfFailedWrites();
     fillClosedStandardStreams();
     struct stat status = {};
     fstat(STDERR_FILENO, &status);

@@ -23,9 +23,10 @@ QString withVisibleControls(const QString &text);
 ///
 /// A line is one write(2). Standard error that is closed, full, or read by nobody any more costs
 /// lines and nothing else: a line waits at most 20 ms for room, and none at all while the line
-/// before it was lost for want of room. It relies on SIGPIPE not ending the process (UnixSignals).
+/// before it was lost for want of room. Nor does it cost the process, whoever writes there:
+/// from its making on, a failed write raises no signal (ignoreSignalsOfFailedWrites()).
 ///
-/// Make it before anything that opens files: where standard error (input, output) is closed it
+/// Make it before anything that opens files or writes a line: where standard error (input, output) is closed it
 /// opens the null device there, so that no file of ours ever gets that number and these lines.
 class StderrConsole : public SystemConsole {
 public:

@@ -66,6 +66,13 @@ void noEvent(int) { }
 
 } // namespace
 
+void ignoreSignalsOfFailedWrites()
+{
+    // A handler, not SIG_IGN: exec gives a child the default back by itself (execve(2)).
+    setAction(SIGPIPE, noEvent);
+    setAction(SIGXFSZ, noEvent);
+}
+
 UnixSignals::UnixSignals(std::function<void()> terminate)
     : m_event(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       m_notifier(m_event, QSocketNotifier::Read)
@@ -81,18 +88,15 @@ UnixSignals::UnixSignals(std::function<void()> terminate)
         if (number != SIGHUP || !isIgnored(number))
             setAction(number, request);
     }
-    // A handler, not SIG_IGN: exec gives a child the default back by itself (execve(2)).
-    setAction(SIGPIPE, noEvent);
-    setAction(SIGXFSZ, noEvent);
 }
 
 UnixSignals::~UnixSignals()
 {
     for (const int number : kRequests) {
-        if (!isIgnored(number))
+        if (theFirstRequest == 0 && !isIgnored(number))
             setAction(number, SIG_DFL);
     }
-    theEvent = -1;
+    theEvent = -1; // only a first request writes to it
     m_notifier.setEnabled(false);
     close(m_event);
 }

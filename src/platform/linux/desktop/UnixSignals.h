@@ -7,8 +7,11 @@
 
 namespace quillfen::platform {
 
-/// SIGTERM, SIGINT and SIGHUP as one request to end in good order; SIGPIPE and SIGXFSZ as no event
-/// at all, since a write that fails says so itself.
+/// Makes SIGPIPE and SIGXFSZ no event at all, since a write that fails says so itself. For good;
+/// child processes start with their defaults.
+void ignoreSignalsOfFailedWrites();
+
+/// SIGTERM, SIGINT and SIGHUP as one request to end in good order.
 ///
 /// The request is handed over from the event loop, once. A signal that comes a second or more
 /// after the first ends the process at once, as it would have without this class: whoever
@@ -21,7 +24,8 @@ class UnixSignals {
 public:
     /// Calls @p terminate on the main thread at the first request.
     explicit UnixSignals(std::function<void()> terminate);
-    /// Gives the requests back their default actions; SIGPIPE and SIGXFSZ stay no event.
+    /// Gives the signals back their default actions, unless a request was made: that one is under
+    /// way, and what more of it comes within its second must not end a process that just ends.
     ~UnixSignals();
     UnixSignals(const UnixSignals &) = delete;
     UnixSignals &operator=(const UnixSignals &) = delete;
