@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <vector>
-
 #include <QCommandLineParser>
 #include <QGuiApplication>
 
@@ -9,6 +7,7 @@
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/desktop/FreeMemory.h"
+#include "platform/linux/desktop/QtArguments.h"
 #include "platform/linux/desktop/SingleInstance.h"
 #include "platform/linux/desktop/StderrConsole.h"
 #include "platform/linux/desktop/UnixSignals.h"
@@ -22,19 +21,6 @@ using namespace quillfen;
 namespace {
 
 const QString kApplicationIdentifier = u"com.corvane.Quillfen"_s;
-
-/// The arguments with the windowing systems to try, in order, unless the user chose one. The last
-/// one needs no display at all. An argument and not a variable: children must not inherit it.
-std::vector<char *> withPlatforms(int argc, char **argv)
-{
-    static char option[] = "-platform";
-    static char platforms[] = "wayland;xcb;offscreen";
-    std::vector<char *> arguments(argv, argv + argc);
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-        arguments.insert(arguments.end(), {option, platforms});
-    arguments.push_back(nullptr);
-    return arguments;
-}
 
 void readArguments(const QGuiApplication &application)
 {
@@ -62,16 +48,18 @@ int main(int argc, char **argv)
 {
     // Before anything opens a file: it sees to it that none becomes standard error.
     platform::StderrConsole stderrConsole;
-    std::vector<char *> arguments = withPlatforms(argc, argv);
-    int count = static_cast<int>(arguments.size()) - 1;
-    QGuiApplication application(count, arguments.data());
+    const platform::SessionBus sessionBus; // before Qt goes and looks for it
+    platform::QtArguments arguments(argc, argv);
+    QGuiApplication application(arguments.count(), arguments.values());
     QGuiApplication::setApplicationName(support::bundleName());
     QGuiApplication::setApplicationVersion(support::bundleShortVersionString());
     QGuiApplication::setDesktopFileName(kApplicationIdentifier);
     QGuiApplication::setQuitOnLastWindowClosed(false);
     readArguments(application);
 
-    platform::LinuxPlatform linuxPlatform(stderrConsole);
+    if (sessionBus.isSilent())
+        stderrConsole.write(u"The session bus does not answer; the program starts without it."_s);
+    platform::LinuxPlatform linuxPlatform(stderrConsole, sessionBus.connection());
     const platform::Platform seams = linuxPlatform.seams();
     support::Console console(seams.console);
     // Static, because the X11 connection ends the process by exit() when its server dies: the
@@ -90,7 +78,7 @@ int main(int argc, char **argv)
         console.write(u"Quillfen is already running."_s);
         QCoreApplication::quit();
     };
-    const platform::SingleInstance instance(platform::sessionBus(), kApplicationIdentifier, begin);
+    const platform::SingleInstance instance(sessionBus.connection(), kApplicationIdentifier, begin);
 
     const int status = QGuiApplication::exec();
     controller.applicationWillTerminate();

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/LinuxPlatform.h"
 
-#include "platform/linux/bus/SessionBus.h"
+#include <utility>
 
 namespace quillfen::platform {
 
-LinuxPlatform::LinuxPlatform(SystemConsole &console)
+LinuxPlatform::LinuxPlatform(SystemConsole &console, std::optional<QDBusConnection> bus)
     : m_console(console),
       m_preferences(m_console, JsonPreferences::standardFolder()),
-      m_notifications(sessionBus()),
+      m_notifications(std::move(bus)),
       m_statusBar(m_console),
       m_workspace(m_console)
 { }

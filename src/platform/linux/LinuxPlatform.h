@@ -12,13 +12,17 @@
 #include "platform/linux/net/NetlinkStores.h"
 #include "platform/linux/panel/StatusNotifierBar.h"
 
+#include <QDBusConnection>
+
+#include <optional>
+
 namespace quillfen::platform {
 
 /// What a Linux desktop gives us, built from the ground up. Needs the application object.
 class LinuxPlatform {
 public:
-    /// @p console must outlive this.
-    explicit LinuxPlatform(SystemConsole &console);
+    /// @p console must outlive this. Notifications go over @p bus, if there is one.
+    LinuxPlatform(SystemConsole &console, std::optional<QDBusConnection> bus);
 
     /// The parts as the program knows them; valid while this lives.
     Platform seams();

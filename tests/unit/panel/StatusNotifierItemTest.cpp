@@ -9,15 +9,56 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
+#include <QElapsedTimer>
 #include <QObject>
 #include <QTest>
 
+#include <chrono>
+#include <condition_variable>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 
 namespace quillfen::platform {
+
+namespace {
+
+/// Has a bus that hangs go on in the end, so that a test that stands still fails and goes on, too.
+class ResumeAfter {
+public:
+    static constexpr int kMilliseconds = 20'000;
+
+    explicit ResumeAfter(PrivateBus &bus)
+        : m_thread([this, &bus] {
+              std::unique_lock lock(m_mutex);
+              if (!m_ended.wait_for(lock, std::chrono::milliseconds(kMilliseconds),
+                                    [this] { return m_end; }))
+                  bus.resume();
+          })
+    { }
+    ~ResumeAfter()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_end = true;
+        }
+        m_ended.notify_all();
+        m_thread.join();
+    }
+    ResumeAfter(const ResumeAfter &) = delete;
+    ResumeAfter &operator=(const ResumeAfter &) = delete;
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_ended;
+    bool m_end = false;
+    std::thread m_thread;
+};
+
+} // namespace
 
 /// The item on a session bus, as a panel sees it.
 class StatusNotifierItemTest : public QObject {
@@ -26,7 +67,6 @@ class StatusNotifierItemTest : public QObject {
 private Q_SLOTS:
     void init()
     {
-        // One bus for all: the bus library asks the environment only once in a process.
         qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.address().toLatin1());
         m_host.emplace(m_bus.connection());
     }
@@ -283,6 +323,55 @@ private Q_SLOTS:
         };
         for (const auto &[method, arguments] : calls)
             QCOMPARE(m_host->call({}, item, method, arguments).type(), QDBusMessage::ReplyMessage);
+    }
+
+    void aBusThatHangsAtTheStartHoldsNothingUp()
+    {
+        m_host->appear(); // waits until the bus has it
+        QElapsedTimer watch;
+        watch.start();
+        const ResumeAfter safety(m_bus);
+        m_bus.hang();
+        makeItem();
+        m_item->setTitle(u"192.0.2.7"_s);
+        QTRY_COMPARE(m_console.lines().size(), 1);
+        QVERIFY(watch.elapsed() < ResumeAfter::kMilliseconds);
+        QVERIFY2(m_console.lines()[0].contains(u"does not answer"_s),
+                 qPrintable(m_console.lines()[0]));
+        m_bus.resume();
+        QTRY_COMPARE(m_host->items().size(), std::size_t(1));
+        QCOMPARE(m_host->readAll()[u"XAyatanaLabel"_s], u"192.0.2.7"_s);
+        QCOMPARE(m_console.lines().size(), 1);
+    }
+
+    void aBusThatHangsWhenTheLabelGoesHoldsNothingUp_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<int>("items");
+        QTest::newRow("the label stays away") << QString() << 2;
+        QTest::newRow("the label comes back") << u"192.0.2.8"_s << 1;
+    }
+    void aBusThatHangsWhenTheLabelGoesHoldsNothingUp()
+    {
+        QFETCH(QString, title);
+        QFETCH(int, items);
+        m_host->appear();
+        makeItem();
+        m_item->setTitle(u"192.0.2.7"_s);
+        QTRY_COMPARE(m_host->items().size(), std::size_t(1));
+        QElapsedTimer watch;
+        watch.start();
+        const ResumeAfter safety(m_bus);
+        m_bus.hang();
+        m_item->setTitle({});
+        QTRY_COMPARE(m_console.lines().size(), 1);
+        m_item->setTitle(title);
+        QCoreApplication::processEvents();
+        QVERIFY(watch.elapsed() < ResumeAfter::kMilliseconds);
+        m_bus.resume();
+        QTRY_COMPARE(m_host->items().size(), std::size_t(items));
+        QTRY_COMPARE(m_host->readAll()[u"XAyatanaLabel"_s].toString(), title);
+        QCOMPARE(m_host->items().size(), std::size_t(items));
     }
 
     // The last one, as it takes the bus with it.

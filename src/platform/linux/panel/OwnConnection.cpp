@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/panel/OwnConnection.h"
 
-#include "platform/linux/bus/SessionBus.h"
-
 #include <QString>
 #include <QUuid>
 
@@ -12,16 +10,15 @@ namespace quillfen::platform {
 
 namespace {
 
-QDBusConnection connect()
+QDBusConnection connect(const QByteArray &addresses)
 {
     const QString name = u"quillfen-"_s + QUuid::createUuid().toString(QUuid::Id128);
-    return sessionBusExists() ? QDBusConnection::connectToBus(QDBusConnection::SessionBus, name)
-                              : QDBusConnection(name);
+    return QDBusConnection::connectToBus(QString::fromLatin1(addresses), name);
 }
 
 } // namespace
 
-OwnConnection::OwnConnection() : m_connection(connect()) { }
+OwnConnection::OwnConnection(const QByteArray &addresses) : m_connection(connect(addresses)) { }
 
 OwnConnection::~OwnConnection()
 {

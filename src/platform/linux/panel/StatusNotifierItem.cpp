@@ -2,6 +2,8 @@
 #include "platform/linux/panel/StatusNotifierItem.h"
 
 #include "platform/SystemConsole.h"
+#include "platform/linux/bus/BusKnock.h"
+#include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/panel/DBusMenu.h"
 #include "platform/linux/panel/OwnConnection.h"
 #include "platform/linux/panel/WatcherRegistration.h"
@@ -29,7 +31,9 @@ QString menuPath()
 
 /// The item as the panels know it, which are told by its connection which one it is.
 struct StatusNotifierItem::Presence {
-    explicit Presence(PanelFace face) : item(bus.get(), itemPath(), menuPath(), std::move(face))
+    Presence(const QByteArray &addresses, PanelFace face)
+        : bus(addresses),
+          item(bus.get(), itemPath(), menuPath(), std::move(face))
     {
         QDBusConnection connection = bus.get();
         if (connection.isConnected()) {
@@ -85,15 +89,34 @@ void StatusNotifierItem::flush()
     // MATE's notification area can learn of a label, but not that there is none any more: it
     // then shows neither text nor image. So without its label it is another item.
     const bool losesLabel = m_presence && m_presence->item.hasLabel() && face.label.isEmpty();
-    if (m_presence && !losesLabel)
-        m_presence->item.show(std::move(face));
-    else
-        appear(std::move(face));
+    if (!m_presence || losesLabel) {
+        knock();
+        return;
+    }
+    m_knock.reset(); // the label is back, and the item that has it is still there
+    m_presence->item.show(std::move(face));
 }
 
-void StatusNotifierItem::appear(PanelFace face)
+void StatusNotifierItem::knock()
 {
-    m_presence = std::make_unique<Presence>(std::move(face));
+    if (m_knock)
+        return;
+    m_knock = std::make_unique<BusKnock>(sessionBusAddress());
+    const auto giveUp = [this] {
+        m_knock.release()->deleteLater();
+        sayOnce(u"there is no session bus"_s);
+    };
+    QObject::connect(m_knock.get(), &BusKnock::answered, this, &StatusNotifierItem::appear);
+    QObject::connect(m_knock.get(), &BusKnock::absent, this, giveUp);
+    QObject::connect(m_knock.get(), &BusKnock::silent, this,
+                     [this] { sayOnce(u"the session bus does not answer"_s); });
+    m_knock->start();
+}
+
+void StatusNotifierItem::appear()
+{
+    m_knock.release()->deleteLater(); // it is what calls us
+    m_presence = std::make_unique<Presence>(sessionBusAddress(), panelFace(m_title, m_image));
     m_presence->menu.install(m_menu);
     QObject::connect(&m_presence->registration, &WatcherRegistration::waiting, this,
                      &StatusNotifierItem::sayOnce);

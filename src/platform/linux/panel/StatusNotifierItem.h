@@ -10,12 +10,14 @@
 
 namespace quillfen::platform {
 
+class BusKnock;
 class SystemConsole;
 
 /// A status item on the session bus.
 ///
 /// Title and image are remembered at once and go out together in the event loop's next pass;
-/// in the first of these the item is registered, so that a panel sees it complete.
+/// in the first of these the item is registered, so that a panel sees it complete: as soon as
+/// the session bus answers. Until it does nobody waits for it but the item.
 class StatusNotifierItem final : public QObject, public StatusItem {
     Q_OBJECT
 
@@ -35,14 +37,16 @@ private:
 
     void queueFlush();
     void flush();
-    void appear(PanelFace face);
+    void knock();
+    void appear();
     void sayOnce(const QString &reason);
 
     SystemConsole &m_console;
     QString m_title;
     std::optional<QString> m_image;
     std::shared_ptr<Menu> m_menu;
-    std::unique_ptr<Presence> m_presence; ///< Nothing before the first flush.
+    std::unique_ptr<Presence> m_presence; ///< Nothing before the bus has first answered.
+    std::unique_ptr<BusKnock> m_knock; ///< Under way towards another presence.
     bool m_flushQueued = false;
     bool m_said = false;
 };
