@@ -24,7 +24,8 @@ struct UrlRequest {
 ///   1. The body comes whole, transfer and content codings undone, whatever the status is: the
 ///      body of an error page is an answer like any other.
 ///   2. Nothing comes for a URL of another scheme, when nobody answers, when the exchange breaks
-///      off, and when the answer has no body.
+///      off before the length that was announced, and when the answer has no body. A server that
+///      hangs up before it answers may be asked once more within the time.
 ///   3. It is over when UrlRequest::within is over, looking up the name included, however busily
 ///      the server trickles; it then brings nothing.
 ///   4. A body is read up to kMostBytes and no further; what was read of a longer one is the body.

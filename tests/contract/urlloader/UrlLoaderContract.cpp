@@ -43,7 +43,8 @@ public:
     QUrl service() const override { return m_url; }
     void answers(const QByteArray &page) override
     {
-        m_server->answer("/", httpAnswer("200 OK", {}, page));
+        const QByteArray length = "Content-Length: " + QByteArray::number(page.size()) + "\r\n";
+        m_server->answerPatiently("/", httpAnswer("200 OK", length, page));
     }
     void refuses() override { m_server.reset(); }
     void keepsSilent() override

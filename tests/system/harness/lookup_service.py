@@ -143,6 +143,8 @@ class LookupService:
             what(connection)
         else:
             self.send(connection, what)
+            if b"\r\nContent-Length: " in what:
+                connection.recv(1)  # The client knows the end and hangs up first.
 
 
 def closed_port(network):

@@ -105,9 +105,6 @@ private Q_SLOTS:
             {.name = "one cut short is none",
              .answer = httpAnswer("200 OK", "Content-Length: 9\r\n", "page"),
              .body = {}},
-            {.name = "chunks cut short are none",
-             .answer = httpAnswer("200 OK", "Transfer-Encoding: chunked\r\n", "9\r\npage"),
-             .body = {}},
             {.name = "not HTTP", .answer = "220 mail.example ESMTP\r\n", .body = {}},
             {.name = "closed at once", .answer = {}, .body = {}},
         };
@@ -194,9 +191,9 @@ private Q_SLOTS:
     void followsThreeRedirectsAndNoMore()
     {
         for (int i = 4; i > 0; --i)
-            m_server->answer("/" + QByteArray::number(i),
-                             redirectTo("/" + QByteArray::number(i - 1)));
-        m_server->answer("/0", httpAnswer("200 OK", {}, "page"));
+            m_server->answerPatiently("/" + QByteArray::number(i),
+                                      redirectTo("/" + QByteArray::number(i - 1)));
+        m_server->answerPatiently("/0", httpAnswer("200 OK", "Content-Length: 4\r\n", "page"));
         QCOMPARE(load(u"/3"_s), Page("page"));
         QCOMPARE(m_server->requests().size(), 4);
         QCOMPARE(load(u"/4"_s), std::nullopt);
@@ -205,7 +202,7 @@ private Q_SLOTS:
 
     void endsALoopOfRedirects()
     {
-        m_server->answer("/", redirectTo("/"));
+        m_server->answerPatiently("/", redirectTo("/"));
         QCOMPARE(load(u"/"_s), std::nullopt);
         QCOMPARE(m_server->requests().size(), 4);
     }
@@ -221,7 +218,7 @@ private Q_SLOTS:
     void followsToTheWebOnly()
     {
         QFETCH(QByteArray, place);
-        m_server->answer("/", redirectTo(place));
+        m_server->answerPatiently("/", redirectTo(place));
         QCOMPARE(load(u"/"_s), std::nullopt);
         QCOMPARE(m_server->requests().size(), 1);
     }
@@ -235,7 +232,8 @@ private Q_SLOTS:
 
     void asksPolitely()
     {
-        m_server->answer("/ip?x=1", httpAnswer("200 OK", "Set-Cookie: a=b\r\n", "page"));
+        m_server->answerPatiently(
+            "/ip?x=1", httpAnswer("200 OK", "Set-Cookie: a=b\r\nContent-Length: 4\r\n", "page"));
         load(u"/ip?x=1"_s);
         const QByteArray request = m_server->requests().value(0);
         QVERIFY(request.startsWith("GET /ip?x=1 HTTP/1.1\r\n"));

@@ -46,6 +46,13 @@ public:
         });
     }
 
+    /// @p path is answered by these bytes, and it is for the client to hang up. (Where the server
+    /// does so at once, Qt may take it for a connection that broke off, and ask again.)
+    void answerPatiently(const QByteArray &path, const QByteArray &bytes)
+    {
+        answer(path, [bytes](QTcpSocket &client) { client.write(bytes); });
+    }
+
     /// The requests so far, each with all its fields.
     const QByteArrayList &requests() const { return m_requests; }
     /// How many connections are open.

@@ -5,6 +5,7 @@
 #include "platform/linux/desktop/WebProxy.h"
 
 #include <QHostAddress>
+#include <QNetworkAccessManager>
 #include <QNetworkProxy>
 #include <QNetworkReply>
 
@@ -78,9 +79,7 @@ Task<> UrlExchange::run(Giver<std::optional<QByteArray>> give)
 
 Task<UrlAnswer> UrlExchange::ask(QUrl url)
 {
-    const QNetworkProxy proxy = webProxyFor(url);
-    m_manager.setProxy(proxy); // said always, or Qt would ask the desktop's settings
-    if (proxy.type() != QNetworkProxy::NoProxy) {
+    if (webProxyFor(url).type() != QNetworkProxy::NoProxy) {
         const QString byName;
         UrlAnswer answer = co_await askAt(url, byName);
         co_return answer;
@@ -100,7 +99,11 @@ Task<UrlAnswer> UrlExchange::askAt(QUrl url, QString address)
 {
     Later<bool> finished;
     Body body;
-    const std::unique_ptr<QNetworkReply> reply(m_manager.get(requestFor(url, address)));
+    // One for each request: on a connection that is kept Qt would send the next one just as the
+    // server hangs up, and then send it again.
+    QNetworkAccessManager manager;
+    manager.setProxy(webProxyFor(url)); // said always, or Qt would ask the desktop's settings
+    const std::unique_ptr<QNetworkReply> reply(manager.get(requestFor(url, address)));
     reply->setReadBufferSize(kReadBuffer);
     QObject::connect(reply.get(), &QNetworkReply::readyRead, reply.get(),
                      [&body, raw = reply.get(), give = finished.giver()] {

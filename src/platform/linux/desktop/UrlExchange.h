@@ -5,7 +5,6 @@
 #include "platform/Task.h"
 #include "platform/UrlLoader.h"
 
-#include <QNetworkAccessManager>
 #include <QNetworkRequest>
 
 #include <optional>
@@ -40,7 +39,6 @@ private:
 
     NameLookup &m_names;
     UrlRequest m_request;
-    QNetworkAccessManager m_manager; ///< Its own, so that no connection is kept for another.
 };
 
 } // namespace quillfen::platform
