@@ -31,6 +31,13 @@ public:
     /// Queues @p turn. If none is under way it starts at once, and take() returns at its first
     /// real wait or its end.
     void take(Task<void> turn);
+    /// For whoever frees much outside of a turn: does what is done at rest, unless a turn is under
+    /// way, at whose end it comes anyway.
+    void rest()
+    {
+        if (!m_busy)
+            m_onRest();
+    }
     /// Whether a turn is under way.
     bool busy() const { return m_busy; }
 

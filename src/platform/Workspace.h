@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <QUrl>
 
 namespace quillfen::platform {
 
@@ -12,6 +13,8 @@ public:
 
     /// Opens the file or folder at the absolute @p path in the user's application for it.
     virtual void openFile(const QString &path) = 0;
+    /// Opens the web page @p url in the user's browser.
+    virtual void openURL(const QUrl &url) = 0;
 };
 
 } // namespace quillfen::platform

@@ -15,8 +15,13 @@ public:
     /// The paths of the open documents, the oldest first.
     QStringList open() const { return m_open; }
 
+    void openURL(const QUrl &url) override { m_pages += url.toString(); }
+    /// The web pages that were opened, the oldest first.
+    QStringList pages() const { return m_pages; }
+
 private:
     QStringList m_open;
+    QStringList m_pages;
 };
 
 } // namespace quillfen::world

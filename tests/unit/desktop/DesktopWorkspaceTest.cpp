@@ -11,17 +11,28 @@ using namespace Qt::StringLiterals;
 
 namespace quillfen::platform {
 
-/// The desktop's application for files, as far as Qt sees it.
-class FileViewer : public QObject {
+/// The desktop's applications for files and web pages, as far as Qt sees them.
+class Applications : public QObject {
     Q_OBJECT
 
 public:
-    FileViewer() { QDesktopServices::setUrlHandler(u"file"_s, this, "open"); }
-    ~FileViewer() override { QDesktopServices::unsetUrlHandler(u"file"_s); }
-    QStringList opened;
+    Applications()
+    {
+        for (const QString &scheme : kSchemes)
+            QDesktopServices::setUrlHandler(scheme, this, "open");
+    }
+    ~Applications() override
+    {
+        for (const QString &scheme : kSchemes)
+            QDesktopServices::unsetUrlHandler(scheme);
+    }
+    QList<QUrl> opened;
 
 public Q_SLOTS:
-    void open(const QUrl &url) { opened += url.toLocalFile(); }
+    void open(const QUrl &url) { opened += url; }
+
+private:
+    inline static const QStringList kSchemes{u"file"_s, u"http"_s, u"https"_s};
 };
 
 class DesktopWorkspaceTest : public QObject {
@@ -30,12 +41,27 @@ class DesktopWorkspaceTest : public QObject {
 private Q_SLOTS:
     void aFileIsOpenedUnderItsOwnName()
     {
-        FileViewer viewer;
+        const Applications applications;
         DesktopWorkspace workspace(m_console);
         const QStringList paths = {u"/tmp/Corvane Software/Quillfen.log"_s, u"/tmp/50% #1?é.log"_s};
-        for (const QString &path : paths)
+        QStringList opened;
+        for (const QString &path : paths) {
             workspace.openFile(path);
-        QCOMPARE(viewer.opened, paths);
+            opened += applications.opened.constLast().toLocalFile();
+        }
+        QCOMPARE(opened, paths);
+        QCOMPARE(m_console.lines(), QStringList());
+    }
+
+    void aWebPageIsOpenedUnderItsAddress()
+    {
+        const Applications applications;
+        DesktopWorkspace workspace(m_console);
+        const QList<QUrl> pages = {QUrl(u"http://www.example/a%20page?x=1&y=%26#top"_s),
+                                   QUrl(u"https://store.example/quillfen"_s)};
+        for (const QUrl &page : pages)
+            workspace.openURL(page);
+        QCOMPARE(applications.opened, pages);
         QCOMPARE(m_console.lines(), QStringList());
     }
 
@@ -44,8 +70,10 @@ private Q_SLOTS:
         QCOMPARE(QGuiApplication::platformName(), u"offscreen"_s);
         DesktopWorkspace workspace(m_console);
         workspace.openFile(u"/tmp/Quillfen.log"_s);
-        QCOMPARE(m_console.lines().size(), 1);
-        QVERIFY(m_console.lines().constFirst().contains(u"/tmp/Quillfen.log"_s));
+        workspace.openURL(QUrl(u"http://www.example/"_s));
+        QCOMPARE(m_console.lines(),
+                 QStringList({u"There is nothing here that opens /tmp/Quillfen.log."_s,
+                              u"There is nothing here that opens http://www.example/."_s}));
     }
 
 private:

@@ -36,6 +36,7 @@ namespace {
 class Desktop : public platform::Workspace {
 public:
     void openFile(const QString &path) override { opened.append(path); }
+    void openURL(const QUrl &url) override { opened.append(url.toString()); }
 
     QStringList opened;
 };

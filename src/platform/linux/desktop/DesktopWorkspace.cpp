@@ -13,8 +13,18 @@ using namespace Qt::StringLiterals;
 
 void DesktopWorkspace::openFile(const QString &path)
 {
-    if (!qGuiApp || !QDesktopServices::openUrl(QUrl::fromLocalFile(path)))
-        m_console.write(u"There is nothing here that opens %1."_s.arg(path));
+    open(QUrl::fromLocalFile(path), path);
+}
+
+void DesktopWorkspace::openURL(const QUrl &url)
+{
+    open(url, url.toString());
+}
+
+void DesktopWorkspace::open(const QUrl &url, const QString &spelling)
+{
+    if (!qGuiApp || !QDesktopServices::openUrl(url))
+        m_console.write(u"There is nothing here that opens %1."_s.arg(spelling));
 }
 
 } // namespace quillfen::platform

@@ -15,8 +15,11 @@ public:
     explicit DesktopWorkspace(SystemConsole &console) : m_console(console) { }
 
     void openFile(const QString &path) override;
+    void openURL(const QUrl &url) override;
 
 private:
+    void open(const QUrl &url, const QString &spelling);
+
     SystemConsole &m_console;
 };
 
