@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <QApplication>
 #include <QCommandLineParser>
-#include <QGuiApplication>
 
 #include "app/AppController.h"
 #include "platform/Turns.h"
@@ -22,7 +22,18 @@ namespace {
 
 const QString kApplicationIdentifier = u"com.corvane.Quillfen"_s;
 
-void readArguments(const QGuiApplication &application)
+platform::AboutFacts aboutFacts()
+{
+    return {.name = support::bundleName(),
+            .version = support::bundleShortVersionString(),
+            .copyright = u"Copyright © 2026 Corvane Software"_s,
+            .license = u"Free software under the GNU General Public Licence, version 3 or later. "
+                       "It comes without any warranty."_s,
+            .iconPath = QApplication::applicationDirPath()
+                + u"/../share/icons/hicolor/scalable/apps/com.corvane.Quillfen.svg"_s};
+}
+
+void readArguments(const QApplication &application)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(
@@ -50,16 +61,16 @@ int main(int argc, char **argv)
     platform::StderrConsole stderrConsole;
     const platform::SessionBus sessionBus; // before Qt goes and looks for it
     platform::QtArguments arguments(argc, argv);
-    QGuiApplication application(arguments.count(), arguments.values());
-    QGuiApplication::setApplicationName(support::bundleName());
-    QGuiApplication::setApplicationVersion(support::bundleShortVersionString());
-    QGuiApplication::setDesktopFileName(kApplicationIdentifier);
-    QGuiApplication::setQuitOnLastWindowClosed(false);
+    QApplication application(arguments.count(), arguments.values());
+    QApplication::setApplicationName(support::bundleName());
+    QApplication::setApplicationVersion(support::bundleShortVersionString());
+    QApplication::setDesktopFileName(kApplicationIdentifier);
+    QApplication::setQuitOnLastWindowClosed(false);
     readArguments(application);
 
     if (sessionBus.isSilent())
         stderrConsole.write(u"The session bus does not answer; the program starts without it."_s);
-    platform::LinuxPlatform linuxPlatform(stderrConsole, sessionBus.connection());
+    platform::LinuxPlatform linuxPlatform(stderrConsole, sessionBus.connection(), aboutFacts());
     const platform::Platform seams = linuxPlatform.seams();
     support::Console console(seams.console);
     // Static, because the X11 connection ends the process by exit() when its server dies: the
@@ -80,7 +91,7 @@ int main(int argc, char **argv)
     };
     const platform::SingleInstance instance(sessionBus.connection(), kApplicationIdentifier, begin);
 
-    const int status = QGuiApplication::exec();
+    const int status = QApplication::exec();
     controller.applicationWillTerminate();
     return status;
 }

@@ -8,10 +8,12 @@
 #include <QStringList>
 
 #include "app/AppSettings.h"
+#include "mail/Notifiers.h"
 #include "netinfo/ExternalAddress.h"
 #include "platform/Menu.h"
 #include "platform/Platform.h"
 #include "platform/Task.h"
+#include "support/Console.h"
 
 namespace quillfen::support {
 class Log;
@@ -34,7 +36,7 @@ namespace quillfen::app {
 /// next event's begins. The title alone does not wait its turn (showTitleAhead()).
 ///
 /// Its sources, one subject each: AppController.cpp (life), …_refresh.cpp (addresses and title),
-/// …_external.cpp (the external address), …_menu.cpp (the status menu and its commands).
+/// …_external.cpp (the external address), …_mail.cpp (the alerts), …_menu.cpp (the status menu and its commands).
 class AppController : public platform::MenuDelegate {
 public:
     /// @p terminate ends the run loop; applicationWillTerminate() is then expected.
@@ -57,23 +59,35 @@ public:
     /// A local address changed: refreshes, and shows the change icon where that is wanted.
     platform::Task<> ipAddressChanged();
     /// Composes and shows the status title: @p title with the wanted names behind it or, with
-    /// @p withIcon, an icon alone.
-    void setTitle(const QString &title, bool withIcon);
+    /// @p withIcon, an icon alone. A wireless network's name that is not known yet is looked up.
+    platform::Task<> setTitle(QString title, bool withIcon);
 
     /// One poll: asks for the external address, reports a change and logs when the next is due.
     platform::Task<> externalIPAddressChangedTimerAction();
     /// Compares @p current with the remembered address; logs, marks and remembers a change.
     /// Nothing means that not even the text for a failed lookup came back.
-    void reportExternalAddress(const std::optional<QString> &current);
+    platform::Task<> reportExternalAddress(std::optional<QString> current);
 
     /// Builds the menu from the present addresses and installs it.
     void buildMenu();
     bool validateMenuItem(const platform::MenuItem &item) const override;
-    void menuNeedsUpdate(platform::Menu &menu, std::function<void()> done) override;
+    void menuNeedsUpdate(std::shared_ptr<platform::Menu> menu, std::function<void()> done) override;
     void sendAction(const platform::MenuItem &item) override;
 
-    void selItemOpenConsoleLog();
-    void selItemQuit();
+    // The menu's commands. Each copying one puts one text on the clipboard: the title in the panel,
+    // the external address as externalIP() gives it, the address that the sender's tag numbers, or
+    // what the first and the third row say, a placeholder too. Where that text is not to be had
+    // nothing is copied.
+    void selItemCopyAddress(const platform::MenuItem &sender);
+    void selItemCopyDNSName(const platform::MenuItem &sender);
+    void selItemCopyExternalAddress(const platform::MenuItem &sender);
+    void selItemCopyExternalDNSName(const platform::MenuItem &sender);
+    void selItemCopySelectedAddress(const platform::MenuItem &sender);
+    void goToWebsite(const platform::MenuItem &sender);
+    void goToMAS(const platform::MenuItem &sender);
+    void selItemOpenConsoleLog(const platform::MenuItem &sender);
+    void selItemAbout(const platform::MenuItem &sender);
+    void selItemQuit(const platform::MenuItem &sender);
 
 private:
     void PreferencesChangedCallback();
@@ -86,9 +100,14 @@ private:
 
     void watchForTitle();
     void showTitleAhead(const QStringList &addresses);
-    void showFirstAddress(const QStringList &addresses);
-    platform::Task<> refreshFirstAddress(QString current, std::optional<QString> previous);
-    void noAddressFound();
+    /// Shows what setTitle() composes with the names that are known already.
+    void showTitle(const QString &title, bool withIcon);
+    platform::Task<> lookUpWirelessName();
+    /// refresh() with the first row of @p menu, if there is one, showing the address's DNS name.
+    platform::Task<> refreshNaming(std::shared_ptr<platform::Menu> menu, bool rebuildMenu);
+    platform::Task<> refreshFirstAddress(std::shared_ptr<platform::Menu> menu, QString current,
+                                         std::optional<QString> previous);
+    platform::Task<> noAddressFound(std::shared_ptr<platform::Menu> menu);
     void rememberAddress(const QString &address);
     void showChangeIcon();
 
@@ -97,17 +116,29 @@ private:
     platform::Task<> pollForTimer(std::weak_ptr<platform::Timer> timer);
     void logNextCheck();
 
-    platform::Task<> refreshOpeningMenu(std::function<void()> done);
-    void setTitleOfDNSNameRow(const QString &title);
+    /// Mails the change to every recipient, if mail is wanted. @p usingMessage is the text's format,
+    /// for the machine's name, @p previous and @p current.
+    platform::Task<> sendAlerts(QString current, std::optional<QString> previous,
+                                QString usingMessage);
+
+    platform::Task<> updateOpeningMenu(std::shared_ptr<platform::Menu> menu,
+                                       std::function<void()> done);
+    platform::Task<> showExternalAddress(std::shared_ptr<platform::Menu> menu);
+    platform::Task<> copyExternalAddress();
+    void copyTitleOfRow(std::size_t row);
 
     platform::Platform m_platform;
     support::Log &m_log;
     platform::Turns &m_turns;
     std::function<void()> m_terminate;
     AppSettings m_settings;
+    support::Console m_console;
+    mail::Notifiers m_notifiers;
     netinfo::ExternalAddress m_externalAddress;
 
     QStringList m_addresses; ///< The current address list; every successful refresh refills it.
+    /// The joined wireless network's name, or "?"; nothing until it is needed first.
+    std::optional<QString> m_wirelessName;
     std::unique_ptr<platform::StatusItem> m_item;
     std::shared_ptr<platform::Menu> m_menu; ///< The menu of the last build.
 

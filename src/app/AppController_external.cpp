@@ -47,24 +47,27 @@ Task<> AppController::externalIPAddressChangedTimerAction()
 {
     m_log.LogMessage(u"Checking external IP"_s);
     const std::optional<QString> current = co_await m_externalAddress.externalIP();
-    reportExternalAddress(current);
+    co_await reportExternalAddress(current);
     logNextCheck();
 }
 
-void AppController::reportExternalAddress(const std::optional<QString> &current)
+Task<> AppController::reportExternalAddress(std::optional<QString> current)
 {
     if (!current) {
         m_log.LogMessage(u"The external IP could not be found"_s);
-        return;
+        co_return;
     }
     m_log.LogMessage(formatText(u"Current external IP address: %@", *current));
     const QString last = m_settings.lastExternalIPAddress();
     m_log.LogMessage(formatText(u"Last external IP address: %@", last));
     if (current->compare(last, Qt::CaseInsensitive) == 0)
-        return;
+        co_return;
 
     m_log.LogMessage(formatText(u"External IP address changed from:%@ to:%@", last, *current));
     showChangeIcon();
+    const QString text = u"Quillfen has refreshed. The External IP address of machine \"%@\" has "
+                         "changed from: %@ to %@"_s;
+    co_await sendAlerts(*current, last, text);
     m_platform.preferences.setValue(support::kLastExternalIPAddress.key, *current);
     m_platform.preferences.synchronize();
 }

@@ -4,6 +4,7 @@
 #include "app/Identifiers.h"
 #include "app/StatusMenu.h"
 #include "netinfo/IPAddressList.h"
+#include "netinfo/WirelessNetworkName.h"
 #include "platform/DynamicStore.h"
 #include "platform/Host.h"
 #include "platform/Preferences.h"
@@ -25,9 +26,21 @@ namespace {
 /// The title when the list has a first element that is no text.
 const QString kMissingElement = u"???"_s;
 
+/// Gives the row of @p menu that shows the first address's DNS name that name or the text for none.
+void showNameIn(const std::shared_ptr<platform::Menu> &menu, const std::optional<QString> &name)
+{
+    if (menu)
+        menu->setTitle(kDNSNameRow, name.value_or(kNoDNSName));
+}
+
 } // namespace
 
 Task<> AppController::refresh(bool rebuildMenu)
+{
+    co_await refreshNaming(m_menu, rebuildMenu);
+}
+
+Task<> AppController::refreshNaming(std::shared_ptr<platform::Menu> menu, bool rebuildMenu)
 {
     m_log.LogMessage(u"Checking internal IP"_s);
     const std::optional<QString> previous =
@@ -38,10 +51,10 @@ Task<> AppController::refresh(bool rebuildMenu)
     if (netinfo::CopyIPAddressListSCF(m_platform.stores, &addresses) == netinfo::noErr) {
         m_addresses = *addresses;
         if (m_addresses.isEmpty()) {
-            noAddressFound();
+            co_await noAddressFound(menu);
         } else {
             current = m_addresses.first();
-            co_await refreshFirstAddress(current, previous);
+            co_await refreshFirstAddress(menu, current, previous);
         }
     }
 
@@ -51,19 +64,23 @@ Task<> AppController::refresh(bool rebuildMenu)
         buildMenu();
 }
 
-Task<> AppController::refreshFirstAddress(QString current, std::optional<QString> previous)
+Task<> AppController::refreshFirstAddress(std::shared_ptr<platform::Menu> menu, QString current,
+                                          std::optional<QString> previous)
 {
     const std::optional<QString> name = co_await m_platform.host.name(current);
-    setTitleOfDNSNameRow(name.value_or(u"DNS name unavailable"_s));
+    showNameIn(menu, name);
     m_log.LogMessage(
         formatText(u"Internal IP address:%@ (%@)", current, name.value_or(u"no name"_s)));
     m_log.LogMessage(u"Current internal IP addresses found listed below:"_s);
     for (int number = 1; const QString &address : std::as_const(m_addresses))
         m_log.LogMessage(formatText(u"[%d] %@", number++, address));
 
-    showFirstAddress(m_addresses);
-    if (current.isNull())
+    if (current.isNull()) {
+        co_await setTitle(kMissingElement, false);
         co_return;
+    }
+    const bool iconOnly = m_settings.titleIconOnly();
+    co_await setTitle(current, iconOnly);
     if (previous) {
         m_log.LogMessage(formatText(u"Last internal IP address: %@", *previous));
         if (current.compare(*previous, Qt::CaseInsensitive) == 0)
@@ -72,18 +89,24 @@ Task<> AppController::refreshFirstAddress(QString current, std::optional<QString
     rememberAddress(current);
     m_log.LogMessage(
         formatText(u"(First) Internal IP address changed from:%@ to:%@", previous, current));
+    const QString text = u"Quillfen has refreshed. The IP address of machine \"%@\" has changed "
+                         "from: %@ to %@"_s;
+    co_await sendAlerts(current, previous, text);
 }
 
-void AppController::noAddressFound()
+Task<> AppController::noAddressFound(std::shared_ptr<platform::Menu> menu)
 {
     m_log.LogMessage(u"No internal IP could not be found"_s);
-    showFirstAddress({});
-    setTitleOfDNSNameRow(u"DNS name unavailable"_s);
+    const QString none = kNoAddress;
+    co_await setTitle(none, false);
+    showNameIn(menu, std::nullopt);
     rememberAddress(kNoAddress);
 }
 
 Task<> AppController::ipAddressChanged()
 {
+    if (m_settings.includeCurrentWirelessNetworkInTitle())
+        co_await lookUpWirelessName();
     co_await refresh(false);
     showChangeIcon();
 }
@@ -97,17 +120,25 @@ void AppController::showChangeIcon()
     m_item->setImage(kChangeImage);
 }
 
-void AppController::showFirstAddress(const QStringList &addresses)
+Task<> AppController::setTitle(QString title, bool withIcon)
 {
-    if (addresses.isEmpty())
-        setTitle(kNoAddress, false);
-    else if (addresses.first().isNull())
-        setTitle(kMissingElement, false);
-    else
-        setTitle(addresses.first(), m_settings.titleIconOnly());
+    const bool wireless = !withIcon && m_settings.includeCurrentWirelessNetworkInTitle();
+    // Before anything of the title is touched: it changes once, however long this takes.
+    if (wireless && !m_wirelessName)
+        co_await lookUpWirelessName();
+    showTitle(title, withIcon);
+    if (wireless)
+        m_log.LogMessage(formatText(u"Wireless network: %@", m_wirelessName));
 }
 
-void AppController::setTitle(const QString &title, bool withIcon)
+Task<> AppController::lookUpWirelessName()
+{
+    const std::optional<QString> name =
+        co_await netinfo::LookUpWirelessNetworkName(m_log, m_platform.systemReport);
+    m_wirelessName = name.value_or(u"?"_s);
+}
+
+void AppController::showTitle(const QString &title, bool withIcon)
 {
     if (withIcon) {
         m_item->setTitle({});
@@ -115,10 +146,14 @@ void AppController::setTitle(const QString &title, bool withIcon)
         return;
     }
     m_item->setImage(std::nullopt);
-    std::optional<QString> machineName;
-    if (m_settings.includeMachineNameInTitle())
-        machineName = m_platform.host.machineName();
-    m_item->setTitle(machineName ? formatText(u"%@:%@", title, *machineName) : title);
+    QString composed = title;
+    if (m_settings.includeMachineNameInTitle()) {
+        if (const std::optional<QString> machineName = m_platform.host.machineName())
+            composed = formatText(u"%@:%@", composed, *machineName);
+    }
+    if (m_wirelessName && m_settings.includeCurrentWirelessNetworkInTitle())
+        composed = formatText(u"%@:%@", composed, *m_wirelessName);
+    m_item->setTitle(composed);
 }
 
 void AppController::watchForTitle()
@@ -138,7 +173,12 @@ void AppController::showTitleAhead(const QStringList &addresses)
 {
     // The mark of a change stays until the turn's own composition takes it away.
     const std::optional<QString> image = m_item->image();
-    showFirstAddress(addresses);
+    if (addresses.isEmpty())
+        showTitle(kNoAddress, false);
+    else if (addresses.first().isNull())
+        showTitle(kMissingElement, false);
+    else
+        showTitle(addresses.first(), m_settings.titleIconOnly());
     if (image == kChangeImage)
         m_item->setImage(image);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -28,9 +29,9 @@ public:
 
     /// Whether @p item can be chosen.
     virtual bool validateMenuItem(const MenuItem &item) const = 0;
-    /// @p menu is about to open. Calls @p done once when its titles are those of this opening,
-    /// which may be at once or much later.
-    virtual void menuNeedsUpdate(Menu &menu, std::function<void()> done) = 0;
+    /// @p menu, which is none but a real one, is about to open. Calls @p done once when its titles
+    /// are those of this opening, which may be at once or much later.
+    virtual void menuNeedsUpdate(std::shared_ptr<Menu> menu, std::function<void()> done) = 0;
     /// @p item was chosen.
     virtual void sendAction(const MenuItem &item) = 0;
 };

@@ -3,12 +3,16 @@
 
 namespace quillfen::platform {
 
+class AboutPanel;
 class DistributedNotificationCenter;
 class DynamicStores;
 class Host;
+class NameLookup;
+class Pasteboard;
 class Preferences;
 class StatusBar;
 class SystemConsole;
+class SystemReport;
 class Timers;
 class UrlLoader;
 class Workspace;
@@ -19,11 +23,15 @@ struct Platform {
     Preferences &preferences;
     DynamicStores &stores;
     Host &host;
+    NameLookup &names;
     Timers &timers;
     UrlLoader &urlLoader;
+    SystemReport &systemReport;
     DistributedNotificationCenter &notifications;
     StatusBar &statusBar;
     Workspace &workspace;
+    Pasteboard &pasteboard;
+    AboutPanel &aboutPanel;
 };
 
 } // namespace quillfen::platform

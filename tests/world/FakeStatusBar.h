@@ -31,8 +31,7 @@ public:
         m_inView = m_menu;
         if (!m_inView)
             return;
-        const auto menu = m_inView;
-        menu->delegate().menuNeedsUpdate(*menu, [menu, opened = std::move(opened)] { opened(); });
+        m_inView->delegate().menuNeedsUpdate(m_inView, std::move(opened));
     }
     /// The menu that was last opened; the installed one while none was.
     std::shared_ptr<platform::Menu> menuInView() const { return m_inView ? m_inView : m_menu; }

@@ -5,12 +5,16 @@
 #include "platform/Turns.h"
 #include "support/Console.h"
 #include "support/Log.h"
+#include "world/FakeAboutPanel.h"
 #include "world/FakeConsole.h"
 #include "world/FakeHost.h"
+#include "world/FakeNames.h"
 #include "world/FakeNotifications.h"
+#include "world/FakePasteboard.h"
 #include "world/FakePreferences.h"
 #include "world/FakeStatusBar.h"
 #include "world/FakeStores.h"
+#include "world/FakeSystemReport.h"
 #include "world/FakeTimers.h"
 #include "world/FakeUrlLoader.h"
 #include "world/FakeWorkspace.h"
@@ -33,11 +37,15 @@ public:
     FakePreferences preferences;
     FakeStores network;
     FakeHost host;
+    FakeNames names;
     FakeTimers clock;
     FakeUrlLoader service;
+    FakeSystemReport report;
     FakeNotifications session;
     FakeStatusBar statusBar;
     FakeWorkspace workspace;
+    FakePasteboard pasteboard;
+    FakeAboutPanel aboutPanel;
 
     World() { qputenv("XDG_DATA_HOME", QFile::encodeName(m_home.path())); }
 
@@ -117,11 +125,15 @@ private:
                 .preferences = preferences,
                 .stores = network,
                 .host = host,
+                .names = names,
                 .timers = clock,
                 .urlLoader = service,
+                .systemReport = report,
                 .notifications = session,
                 .statusBar = statusBar,
-                .workspace = workspace};
+                .workspace = workspace,
+                .pasteboard = pasteboard,
+                .aboutPanel = aboutPanel};
     }
 
     QTemporaryDir m_home;

@@ -5,12 +5,15 @@
 
 namespace quillfen::platform {
 
-LinuxPlatform::LinuxPlatform(SystemConsole &console, std::optional<QDBusConnection> bus)
+LinuxPlatform::LinuxPlatform(SystemConsole &console, std::optional<QDBusConnection> bus,
+                             AboutFacts about)
     : m_console(console),
       m_preferences(m_console, JsonPreferences::standardFolder()),
       m_notifications(std::move(bus)),
       m_statusBar(m_console),
-      m_workspace(m_console)
+      m_workspace(m_console),
+      m_pasteboard(m_console),
+      m_aboutPanel(std::move(about))
 { }
 
 Platform LinuxPlatform::seams()
@@ -19,11 +22,15 @@ Platform LinuxPlatform::seams()
             .preferences = m_preferences,
             .stores = m_stores,
             .host = m_host,
+            .names = m_names,
             .timers = m_timers,
             .urlLoader = m_urlLoader,
+            .systemReport = m_systemReport,
             .notifications = m_notifications,
             .statusBar = m_statusBar,
-            .workspace = m_workspace};
+            .workspace = m_workspace,
+            .pasteboard = m_pasteboard,
+            .aboutPanel = m_aboutPanel};
 }
 
 } // namespace quillfen::platform

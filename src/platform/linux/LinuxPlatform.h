@@ -2,7 +2,9 @@
 #pragma once
 
 #include "platform/Platform.h"
+#include "platform/linux/desktop/AboutWindow.h"
 #include "platform/linux/desktop/BusNotifications.h"
+#include "platform/linux/desktop/Clipboard.h"
 #include "platform/linux/desktop/DesktopWorkspace.h"
 #include "platform/linux/desktop/HostNames.h"
 #include "platform/linux/desktop/JsonPreferences.h"
@@ -10,6 +12,7 @@
 #include "platform/linux/desktop/QtUrlLoader.h"
 #include "platform/linux/desktop/SystemNameLookup.h"
 #include "platform/linux/net/NetlinkStores.h"
+#include "platform/linux/net/Nl80211Report.h"
 #include "platform/linux/panel/StatusNotifierBar.h"
 
 #include <QDBusConnection>
@@ -21,8 +24,9 @@ namespace quillfen::platform {
 /// What a Linux desktop gives us, built from the ground up. Needs the application object.
 class LinuxPlatform {
 public:
-    /// @p console must outlive this. Notifications go over @p bus, if there is one.
-    LinuxPlatform(SystemConsole &console, std::optional<QDBusConnection> bus);
+    /// @p console must outlive this. Notifications go over @p bus, if there is one; @p about is
+    /// what the about panel says.
+    LinuxPlatform(SystemConsole &console, std::optional<QDBusConnection> bus, AboutFacts about);
 
     /// The parts as the program knows them; valid while this lives.
     Platform seams();
@@ -35,9 +39,12 @@ private:
     QtTimers m_timers;
     SystemNameLookup m_names;
     QtUrlLoader m_urlLoader{m_names};
+    Nl80211Report m_systemReport;
     BusNotifications m_notifications;
     StatusNotifierBar m_statusBar;
     DesktopWorkspace m_workspace;
+    Clipboard m_pasteboard;
+    AboutWindow m_aboutPanel;
 };
 
 } // namespace quillfen::platform

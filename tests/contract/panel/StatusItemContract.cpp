@@ -23,9 +23,9 @@ namespace {
 /// Sets the first row's title at each opening.
 struct Delegate : MenuDelegate {
     bool validateMenuItem(const MenuItem &item) const override { return !item.action.empty(); }
-    void menuNeedsUpdate(Menu &menu, std::function<void()> done) override
+    void menuNeedsUpdate(std::shared_ptr<Menu> menu, std::function<void()> done) override
     {
-        menu.setTitle(0, u"opening %1"_s.arg(++openings));
+        menu->setTitle(0, u"opening %1"_s.arg(++openings));
         if (onOpening)
             onOpening();
         done();

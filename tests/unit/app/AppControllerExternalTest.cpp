@@ -174,7 +174,7 @@ private Q_SLOTS:
         desk(world);
         QVERIFY(world.start());
         world.takeLog();
-        world.controller().reportExternalAddress(std::nullopt);
+        world.turns().take(world.controller().reportExternalAddress(std::nullopt));
         QCOMPARE(world.takeLog(), QStringList{u"The external IP could not be found"_s});
         QVERIFY(remembered(world).isNull());
     }

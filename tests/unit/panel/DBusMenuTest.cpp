@@ -24,12 +24,12 @@ namespace {
 class Delegate : public MenuDelegate {
 public:
     bool validateMenuItem(const MenuItem &item) const override { return !item.action.empty(); }
-    void menuNeedsUpdate(Menu &menu, std::function<void()> done) override
+    void menuNeedsUpdate(std::shared_ptr<Menu> menu, std::function<void()> done) override
     {
         ++openings;
-        lastOpened = &menu;
+        lastOpened = menu;
         if (onOpening)
-            onOpening(menu);
+            onOpening(*menu);
         if (answersAtOnce)
             done();
         else
@@ -38,7 +38,7 @@ public:
     void sendAction(const MenuItem &item) override { chosen.append(item.title); }
 
     int openings = 0;
-    Menu *lastOpened = nullptr;
+    std::shared_ptr<Menu> lastOpened;
     bool answersAtOnce = true;
     std::function<void(Menu &)> onOpening;
     std::vector<std::function<void()>> pending;
@@ -230,7 +230,7 @@ private Q_SLOTS:
             install(next); // for the next opening
         };
         QCOMPARE(call(u"AboutToShow"_s, {0}).arguments(), QVariantList{false});
-        QCOMPARE(m_delegate->lastOpened, opened.get());
+        QCOMPARE(m_delegate->lastOpened.get(), opened.get());
         QTRY_COMPARE(m_host->signalNames(), QStringList{u"ItemsPropertiesUpdated"_s});
         QCOMPARE(layout().labels.first(), u"host.example"_s);
         QCOMPARE(layout().ids.size(), 5);

@@ -16,7 +16,7 @@ namespace {
 /// Lets rows with an action be chosen.
 struct Delegate : MenuDelegate {
     bool validateMenuItem(const MenuItem &item) const override { return !item.action.empty(); }
-    void menuNeedsUpdate(Menu &, std::function<void()> done) override { done(); }
+    void menuNeedsUpdate(std::shared_ptr<Menu>, std::function<void()> done) override { done(); }
     void sendAction(const MenuItem &) override { }
 };
 

@@ -106,9 +106,7 @@ void DBusMenu::announce(Sign sign, MenuOpening::Answer answer)
         m_opening.ready(opening);
         return;
     }
-    // The work holds its menu through this, however many openings later it ends.
-    const auto menu = m_shown;
-    menu->delegate().menuNeedsUpdate(*menu, [self = QPointer(this), opening, menu] {
+    m_shown->delegate().menuNeedsUpdate(m_shown, [self = QPointer(this), opening] {
         if (self)
             self->m_opening.ready(opening);
     });
