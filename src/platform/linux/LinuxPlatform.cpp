@@ -9,8 +9,8 @@ LinuxPlatform::LinuxPlatform(SystemConsole &console, std::optional<QDBusConnecti
                              AboutFacts about)
     : m_console(console),
       m_preferences(m_console, JsonPreferences::standardFolder()),
-      m_notifications(std::move(bus)),
-      m_statusBar(m_console),
+      m_notifications(bus),
+      m_statusBar(m_console, std::move(bus)),
       m_workspace(m_console),
       m_pasteboard(m_console),
       m_aboutPanel(std::move(about))

@@ -13,7 +13,7 @@
 #include "platform/linux/desktop/SystemNameLookup.h"
 #include "platform/linux/net/NetlinkStores.h"
 #include "platform/linux/net/Nl80211Report.h"
-#include "platform/linux/panel/StatusNotifierBar.h"
+#include "platform/linux/panel/StatusAreaBar.h"
 
 #include <QDBusConnection>
 
@@ -41,7 +41,7 @@ private:
     QtUrlLoader m_urlLoader{m_names};
     Nl80211Report m_systemReport;
     BusNotifications m_notifications;
-    StatusNotifierBar m_statusBar;
+    StatusAreaBar m_statusBar;
     DesktopWorkspace m_workspace;
     Clipboard m_pasteboard;
     AboutWindow m_aboutPanel;
