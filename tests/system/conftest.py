@@ -5,11 +5,11 @@ import itertools
 
 import pytest
 
-from harness.bus import Bus, Listening
-from harness.desktop import Display
+from harness.bus import Bus, Listening, SilentBus
+from harness.desktop import HEIGHT, Display
 from harness.home import Home
 from harness.network import Network
-from harness.panels import MatePanel, XfcePanel
+from harness.panels import MatePanel, TrayerPanel, XfcePanel
 from harness.program import Program
 from harness.screen import Screen
 from harness.session_manager import XfceSession
@@ -63,10 +63,22 @@ def bus(session):
 
 
 @pytest.fixture
-def status_area(bus):
-    listening = Listening()
-    yield StatusArea(bus)
-    listening.close()
+def silent_bus(session):
+    world = SilentBus(session)
+    yield world
+    world.close()
+
+
+@pytest.fixture
+def listening():
+    world = Listening()
+    yield world
+    world.close()
+
+
+@pytest.fixture
+def status_area(bus, listening):
+    return StatusArea(bus)
 
 
 @pytest.fixture
@@ -92,6 +104,14 @@ def xfce(session, bus, display):
 
 
 @pytest.fixture
+def trayer(display):
+    """A tray of the old kind, not started yet."""
+    world = TrayerPanel(display)
+    yield world
+    world.close()
+
+
+@pytest.fixture
 def xfce_session(session, bus, display):
     world = XfceSession(session, bus, display)
     yield world
@@ -102,6 +122,11 @@ def xfce_session(session, bus, display):
 def screen_of(display, tmp_path):
     """screen_of(panel): where that panel is looked at."""
     return lambda panel: Screen(display, panel.height, tmp_path / "screen")
+
+
+@pytest.fixture
+def whole_screen(display, tmp_path):
+    return Screen(display, HEIGHT, tmp_path / "whole-screen")
 
 
 @pytest.fixture

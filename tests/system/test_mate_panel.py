@@ -5,7 +5,9 @@ import re
 
 import pytest
 
+from harness.menu_on_screen import MenuOnScreen
 from harness.screen import darkest, difference
+from harness.waiting import until
 
 BEFORE, AFTER = "192.168.77.45", "10.24.68.139"
 
@@ -95,3 +97,20 @@ def test_no_network_is_shown_as_such(network, bus, display, mate, screen, start)
     assert not re.search(r"\d\.\d", screen.text())
     network.ip("link set lanx up")
     screen.wait_for_text(BEFORE)
+
+
+def test_an_address_is_copied_by_real_clicks(network, bus, display, mate, screen, whole_screen,
+                                             start):
+    network.ip(f"address add {AFTER}/24 dev lan")
+    mate.start_watcher()
+    mate.start_panel()
+    empty = screen.still()
+    start(bus, display)
+    screen.wait_for_text(BEFORE)
+    width, height, x, y = difference(empty, screen.still())
+    for address in (AFTER, BEFORE):
+        menu = MenuOnScreen(display, whole_screen, (x + width // 2, y + height // 2))
+        menu.wait_for_text("Include external IP is off")
+        menu.choose(address)
+        until(lambda: display.clipboard() == address,
+              lambda: f"{address} on the clipboard, not {display.clipboard()!r}")

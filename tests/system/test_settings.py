@@ -6,6 +6,7 @@ import subprocess
 
 import pytest
 
+from harness.machine import machine_name
 from harness.waiting import until
 
 STARTED = "The current (first) internal IP address is:192.0.2.7"
@@ -170,17 +171,3 @@ def test_a_full_disk_keeps_the_settings_until_there_is_room(home, network, start
     network.ip("address add 198.51.100.4/24 dev lan", "address del 192.0.2.7/24 dev lan")
     until(lambda: home.settings().get("LastIPAddress") == "198.51.100.4", "stored after all")
     assert program.stop() == 0
-
-
-def machine_name():
-    """The name that this computer gives itself."""
-    try:
-        with open("/etc/machine-info", encoding="utf-8") as info:
-            for line in info:
-                key, _, value = line.strip().partition("=")
-                if key == "PRETTY_HOSTNAME" and value.strip("\"'"):
-                    return value.strip("\"'")
-    except FileNotFoundError:
-        pass
-    return subprocess.run(["uname", "-n"], check=True, stdout=subprocess.PIPE,
-                          text=True).stdout.strip()

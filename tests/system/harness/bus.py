@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """A private session bus, and what a test says and hears on it."""
 
+import signal
+import socket
 import threading
 
 from gi.repository import Gio, GLib
@@ -23,6 +25,20 @@ class Listening:
     def close(self):
         self._loop.quit()
         self._thread.join()
+
+
+class SilentBus:
+    """Takes every call and never answers one."""
+
+    def __init__(self, home):
+        path = f"{home.runtime}/silent"
+        self.address = f"unix:path={path}"
+        self._socket = socket.socket(socket.AF_UNIX)
+        self._socket.bind(path)
+        self._socket.listen(16)
+
+    def close(self):
+        self._socket.close()
 
 
 class Bus:
@@ -50,6 +66,13 @@ class Bus:
         """The bus is gone, from one moment to the next."""
         self._connections.clear()
         self._daemon.kill()
+
+    def hang(self):
+        """The bus does nothing any more, with its connections open, until resume()."""
+        self._daemon.send(signal.SIGSTOP)
+
+    def resume(self):
+        self._daemon.send(signal.SIGCONT)
 
     def set_environment(self, variables):
         """Services that the bus starts from now on get variables, too."""

@@ -66,5 +66,14 @@ class Display:
     def start(self, name, *argv):
         return Process(argv, self.environment, self._home.folder / f"{name}.txt")
 
+    def click(self, place, button=1):
+        """A real click at place (x, y)."""
+        x, y = place
+        self.run("xdotool", "mousemove", "--sync", str(x), str(y), "click", str(button))
+
+    def clipboard(self):
+        """The text on the clipboard; None while there is none."""
+        return self.look("xclip", "-o", "-selection", "clipboard")
+
     def _managed(self):
         return "window id" in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK")

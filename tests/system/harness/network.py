@@ -5,6 +5,7 @@ import ctypes
 import json
 import os
 import subprocess
+import tempfile
 import threading
 import time
 from pathlib import Path
@@ -27,6 +28,7 @@ class Network:
         folder.mkdir()
         self._folder = folder
         self._server = None
+        self._etc = None
         binds = ""
         for name, text in (("resolv.conf", "nameserver 127.0.0.1\n"),
                            ("nsswitch.conf", "hosts: files dns\n")):
@@ -87,6 +89,25 @@ class Network:
                 *(f"address add {address} dev {name}" for address in addresses),
                 # The other end first: with it up, the interface has a carrier from its start.
                 f"link set {name}x up", f"link set {name} up")
+
+    def name_machine(self, machine_info):
+        """From now on this is the text of /etc/machine-info, which the machine need not have."""
+        if not self._etc:
+            self._etc = self._another_etc()
+        fresh = self._etc / "machine-info.fresh"
+        fresh.write_text(machine_info, encoding="utf-8")
+        os.replace(fresh, self._etc / "machine-info")
+
+    def _another_etc(self):
+        """Here, /etc becomes a folder of our own, whose entries lead to those of the one before."""
+        etc, before = Path(tempfile.mkdtemp()), Path(tempfile.mkdtemp())
+        etc.chmod(0o755)
+        for entry in Path("/etc").iterdir():
+            link = os.readlink(entry) if entry.is_symlink() else before / entry.name
+            (etc / entry.name).symlink_to(link)
+        subprocess.run([*self.enter(), "sh", "-ec",
+                        f"mount --rbind /etc {before}; mount --bind {etc} /etc"], check=True)
+        return etc
 
     def know(self, names):
         """From now on, names are known: a dictionary from addresses to their DNS names."""

@@ -119,3 +119,28 @@ class XfcePanel:
 
     def close(self):
         self._panel.kill()
+
+
+class TrayerPanel:
+    """trayer: an X11 tray of the old kind, which knows nothing of the session bus."""
+
+    height = 32
+
+    def __init__(self, display):
+        self._display = display
+        self._panel = None
+
+    def start(self):
+        self._panel = self._display.start(
+            "trayer", "trayer", "--edge", "top", "--align", "left", "--widthtype", "percent",
+            "--width", "100", "--heighttype", "pixel", "--height", str(self.height),
+            "--expand", "true")
+        until(lambda: "panel" in (self._display.look("xwininfo", "-root", "-tree") or ""),
+              lambda: f"a tray: {self._panel.text()}")
+
+    def stop(self):
+        self._panel.kill()
+
+    def close(self):
+        if self._panel:
+            self._panel.kill()

@@ -67,12 +67,38 @@ def difference(before, after):
     return tuple(int(number) for number in found.groups()) if found else None
 
 
-def read(picture):
-    """The text in a picture of a panel, dark on light; enlarged first, as small type needs."""
+def read(picture, box=None):
+    """The text in a picture of a panel, or in a box of it, dark on light; enlarged first, as
+    small type needs."""
     large = picture.with_suffix(".large.png")
-    _output(CONVERT, picture, "-filter", "Lanczos", "-resize", "400%", "-colorspace", "Gray",
+    crop = ("-crop", "{}x{}+{}+{}".format(*box), "+repage") if box else ()
+    _output(CONVERT, picture, *crop, "-filter", "Lanczos", "-resize", "400%", "-colorspace", "Gray",
             "-normalize", large)
     return _output("tesseract", large, "-", "--psm", "7").strip()
+
+
+def lines(picture, box):
+    """The lines of text in a box of a picture, from the top: each a text and its middle (x, y)."""
+    width, height, left, top = box
+    large = picture.with_suffix(".lines.png")
+    _output(CONVERT, picture, "-crop", f"{width}x{height}+{left}+{top}", "+repage", "-filter",
+            "Lanczos", "-resize", "300%", "-colorspace", "Gray", "-normalize", large)
+    table = _output("tesseract", large, "-", "--psm", "6", "tsv").splitlines()
+    words = [dict(zip(table[0].split("\t"), row.split("\t"))) for row in table[1:]]
+    found = {}
+    for word in words:
+        if word["level"] == "5":  # a word; the others are what it is part of
+            found.setdefault((word["block_num"], word["par_num"], word["line_num"]),
+                             []).append(word)
+    return [_line(words, left, top) for words in found.values()]
+
+
+def _line(words, left, top):
+    first, last = words[0], words[-1]
+    right = int(last["left"]) + int(last["width"])
+    return (" ".join(word["text"] for word in words),
+            (left + (int(first["left"]) + right) // 6,
+             top + (2 * int(first["top"]) + int(first["height"])) // 6))
 
 
 def darkest(picture, box):

@@ -41,6 +41,17 @@ class StatusArea:
                                    GLib.Variant("(su)", (WATCHER, 0)), None,
                                    Gio.DBusCallFlags.NONE, 5000, None)
 
+    def leave(self):
+        """The watcher is gone from the bus; another one may come."""
+        self._connection.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                   "org.freedesktop.DBus", "ReleaseName",
+                                   GLib.Variant("(s)", (WATCHER,)), None,
+                                   Gio.DBusCallFlags.NONE, 5000, None)
+
+    def items(self):
+        """The (connection's name, object path) of every registration so far."""
+        return list(self._items)
+
     def _called(self, _connection, sender, _path, _interface, method, arguments, invocation):
         if method == "RegisterStatusNotifierItem":
             argument, = arguments.unpack()
@@ -81,11 +92,22 @@ class StatusArea:
                 raise
             return None
 
+    def labels(self):
+        """What the rows of the item's menu are called, from the top; separators are not."""
+        return [properties["label"] for _, properties, _ in self._rows() if "label" in properties]
+
+    def open_menu(self):
+        """Has the item make its menu ready, as a panel does before it shows it."""
+        self._call_menu("AboutToShow", GLib.Variant("(i)", (0,)))
+
     def choose(self, label):
         """Chooses the row of the item's menu that is called label, as a click does."""
-        rows = self._call_menu("GetLayout", GLib.Variant("(iias)", (0, -1, ["label"])))[1][2]
-        row, = [number for number, properties, _ in rows if properties.get("label") == label]
+        row, = [number for number, properties, _ in self._rows()
+                if properties.get("label") == label]
         self._call_menu("Event", GLib.Variant("(isvu)", (row, "clicked", GLib.Variant("i", 0), 0)))
+
+    def _rows(self):
+        return self._call_menu("GetLayout", GLib.Variant("(iias)", (0, -1, ["label"])))[1][2]
 
     def _call_menu(self, method, arguments):
         return self._connection.call_sync(self.item()[0], self.ask("Menu"), MENU, method,

@@ -20,32 +20,37 @@ class Transcript:
         self._version = version
         self._names = names or {}
 
-    def opening(self, *addresses, last, external="-.-.-.-", watched=None):
+    def opening(self, *addresses, last, external="-.-.-.-", watched=None, titles=((), ())):
         """From the start marker to the end of start-up.
 
         last is the address stored before, external what the lookup service has answered. Where the
-        external address is watched, watched is the one stored before.
+        external address is watched, watched is the one stored before. titles are the lines about
+        the title in the first and in the second refresh.
         """
         first = addresses[0] if addresses else None
         poll = self.poll(external, watched) if watched else []
-        lines = ["start", "Starting up...", *poll, *self.refresh(*addresses, last=last),
-                 *self.refresh(*addresses, last=first or "-.-.-.-")]
+        lines = ["start", "Starting up...", *poll,
+                 *self.refresh(*addresses, last=last, title=titles[0]),
+                 *self.refresh(*addresses, last=first or "-.-.-.-", title=titles[1])]
         kept = watched and external != "-.-.-.-"
         lines += [COPYING if kept else LOADING, f"The current external IP address is:{external}"]
         if first:
             lines.append(f"The current (first) internal IP address is:{first}")
         return lines
 
-    def refresh(self, *addresses, last):
-        """One refresh that finds addresses, when last (or None) was the one stored before."""
+    def refresh(self, *addresses, last, title=()):
+        """One refresh that finds addresses, when last (or None) was the one stored before.
+
+        title are the lines about the title.
+        """
         if not addresses:
-            return ["Checking internal IP", "No internal IP could not be found",
+            return ["Checking internal IP", "No internal IP could not be found", *title,
                     f"Quillfen {self._version} refreshed. (-.-.-.-)"]
         first = addresses[0]
         lines = ["Checking internal IP",
                  f"Internal IP address:{first} ({self._names.get(first, 'no name')})",
                  "Current internal IP addresses found listed below:",
-                 *(f"[{number}] {address}" for number, address in enumerate(addresses, 1))]
+                 *(f"[{number}] {address}" for number, address in enumerate(addresses, 1)), *title]
         if last:
             lines.append(f"Last internal IP address: {last}")
         if last != first:
