@@ -32,7 +32,14 @@ mail_server_packages="exim4-daemon-light postfix sasl2-bin"
 sound_server_packages="pulseaudio pipewire-pulse wireplumber"
 
 as_root() {
-  if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
+  if [ "$(id -u)" -eq 0 ]; then
+    "$@"
+  elif command -v sudo >/dev/null; then
+    sudo "$@"
+  else
+    echo "There is no sudo here. As root, please: $*" >&2
+    return 1
+  fi
 }
 
 # Installs those of the named packages that are missing; touches nothing when none is.

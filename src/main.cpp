@@ -76,6 +76,8 @@ int main(int argc, char **argv)
     // Static, because the X11 connection ends the process by exit() when its server dies: the
     // stop line is then written by this destructor.
     static support::Log log(console, seams.preferences);
+    // Before the controller, whose turns it runs, and so destroyed after it: what is then left of a
+    // turn holds values of its own only.
     platform::Turns turns([&](std::exception_ptr failure) { sayFailure(console, failure); },
                           &platform::giveBackFreeMemory);
     app::AppController controller(seams, log, turns, &QCoreApplication::quit);

@@ -14,9 +14,6 @@
 // out of memory ends a C++ program, so the status -4960 for a list that could not be made, which
 // that interface knows, does not occur.
 
-// The assertions below print these very expressions, so NULL stands where nullptr would do.
-// NOLINTBEGIN(modernize-use-nullptr)
-
 namespace quillfen::netinfo {
 namespace {
 
@@ -133,4 +130,3 @@ std::int32_t AddIPAddressListChangeCallbackSCF(platform::DynamicStores &stores,
 
 } // namespace quillfen::netinfo
 
-// NOLINTEND(modernize-use-nullptr)

@@ -36,9 +36,9 @@ public:
     ///
     /// The console takes it as a format without arguments (see expandFormat()). The file takes
     /// it literally as "[date] message" in UTF-8, but for line breaks and control characters,
-    /// which become blanks: one message is one line. It goes through a buffer of 255 bytes: a line that
-    /// needs more leaves the buffer empty, so that only a line end is written; a line of
-    /// exactly 255 bytes is written without its line end. The buffer's text ends at a zero
+    /// which become blanks: one message is one line. It goes through a buffer of 255 bytes: a
+    /// line that needs more leaves the buffer empty, so that only a line end is written; a line
+    /// of exactly 255 bytes is written without its line end. The buffer's text ends at a zero
     /// byte, so what follows a NUL in the message is not written.
     void LogMessage(const std::optional<QString> &message);
 

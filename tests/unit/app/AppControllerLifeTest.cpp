@@ -213,6 +213,26 @@ private:
         world.network.plugIn(u"eth0", u"192.0.2.7");
         world.host.hasName(u"192.0.2.7"_s, u"desk.example"_s);
     }
+
+    void hearsOfChangedPreferencesOnlyAfterItsSetup()
+    {
+        world::World world;
+        world.network.plugIn(u"eth0", u"192.0.2.7");
+        world.preferences.disk().values[u"EmailChangesToExternalIPAddress"_s] = true;
+        world.service.keepsSilent();
+        world.begin();
+        QVERIFY(world.turns().busy());
+        world.session.post(u"Preferences Changed"_s, u"com.corvane.preference.Quillfen"_s);
+        QCoreApplication::processEvents();
+        world.service.refuses();
+        world.service.giveUp();
+        QVERIFY(world.rests());
+        QCOMPARE(world.takeLog().count(u"Checking external IP"_s), 1);
+
+        world.session.post(u"Preferences Changed"_s, u"com.corvane.preference.Quillfen"_s);
+        QTRY_VERIFY(world.logHas(u"Checking external IP"_s));
+        QVERIFY(world.rests());
+    }
 };
 
 } // namespace quillfen::app

@@ -241,11 +241,14 @@ private Q_SLOTS:
         QTest::qWait(100); // until it has settled
         const Unprivileged now;
         JsonPreferences settings(m_console, folder.path());
+        settings.synchronize();
+        QCOMPARE(m_console.lines().filter(folder.file() + u" cannot be used"_s).size(), 1);
+        QCOMPARE(m_console.lines().size(), 2); // and that it cannot be put aside
         settings.setValue(u"ours"_s, true);
         QVERIFY(!settings.synchronize());
         QVERIFY(!settings.synchronize());
         QCOMPARE(folder.bytes(), "damaged");
-        QCOMPARE(m_console.lines().size(), 1);
+        QCOMPARE(m_console.lines().size(), 2);
         QCOMPARE(chmod(encoded(folder.path()).constData(), 0700), 0);
     }
 

@@ -94,7 +94,10 @@ bool JsonPreferences::readAgain()
         return take(reading);
     // Another process may be about to mend or replace it: look again with the lock held.
     QLockFile lock(m_file.lockPath());
-    return takeLock(lock) && take(m_file.read());
+    if (takeLock(lock))
+        return take(m_file.read());
+    complain(u"%1 cannot be used (%2)"_s.arg(m_file.path(), damaged->why));
+    return false;
 }
 
 bool JsonPreferences::store()

@@ -49,7 +49,7 @@ NetlinkSource::NetlinkSource(Subscription subscription, Target target, ServiceQu
       m_target(target),
       m_question(question),
       m_lastRead(lastRead),
-      m_present(m_subscription.start),
+      m_present(m_subscription.heardOf),
       m_notifier(m_subscription.events.descriptor(), QSocketNotifier::Read, this),
       m_pause(this)
 {
@@ -126,7 +126,7 @@ void NetlinkSource::compare(std::vector<Service> services)
     const bool otherwise = readOtherwise();
     if (m_told && (changed || otherwise))
         m_told(addressesOf(m_present));
-    if (m_turns && (otherwise || addressesOf(m_present) != addressesOf(m_subscription.start)))
+    if (m_turns && (otherwise || addressesOf(m_present) != addressesOf(m_subscription.heardOf)))
         takeTurn();
 }
 
@@ -162,10 +162,10 @@ std::optional<QStringList> NetlinkSource::beginTurn()
     if (m_turnWaits && (m_behind || m_subscription.events.pending()))
         look();
     m_turnQueued = false;
-    if (addressesOf(m_present) == addressesOf(m_subscription.start) && !readOtherwise())
+    if (addressesOf(m_present) == addressesOf(m_subscription.heardOf) && !readOtherwise())
         return {};
-    const QStringList keys = changedKeys(m_subscription.start, m_present);
-    m_subscription.start = m_present;
+    const QStringList keys = changedKeys(m_subscription.heardOf, m_present);
+    m_subscription.heardOf = m_present;
     m_readingsHeardOf = m_lastRead.count;
     return keys;
 }

@@ -26,11 +26,12 @@ namespace quillfen::platform {
 /// its own callback.
 class NetlinkSource final : public QObject, public RunLoopSource {
 public:
-    /// What is followed, and how it was when following began.
+    /// What is followed: which keys, by which events, and what the callback last heard of, which
+    /// is how it was when following began.
     struct Subscription {
         KeyPatterns keys;
         NetlinkSocket events;
-        std::vector<Service> start;
+        std::vector<Service> heardOf;
     };
     /// Whom to tell.
     struct Target {
@@ -60,7 +61,7 @@ private:
     std::optional<QStringList> beginTurn();
     bool readOtherwise() const;
 
-    Subscription m_subscription; ///< Its start: what the callback last heard of.
+    Subscription m_subscription;
     const Target m_target;
     ServiceQuestion &m_question;
     const ServicesRead &m_lastRead;

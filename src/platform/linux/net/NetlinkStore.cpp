@@ -77,7 +77,7 @@ bool NetlinkStore::setNotificationKeys(const QStringList &patterns)
         return false;
     start = keys->matching(start);
     m_subscription.emplace(NetlinkSource::Subscription{
-        .keys = *std::move(keys), .events = *std::move(events), .start = std::move(start)});
+        .keys = *std::move(keys), .events = *std::move(events), .heardOf = std::move(start)});
     return true;
 }
 
