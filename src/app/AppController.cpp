@@ -59,7 +59,7 @@ AppController::AppController(const platform::Platform &platform, support::Log &l
       m_settings(platform.preferences),
       m_console(platform.console),
       m_notifiers(log, m_console, platform.preferences, platform.host, platform.names,
-                  [this] { m_turns.rest(); }),
+                  platform.tlsTrust, [this] { m_turns.rest(); }),
       m_externalAddress(platform.urlLoader, platform.preferences, log, platform.console)
 { }
 

@@ -13,12 +13,14 @@ namespace quillfen::mail {
 
 Notifiers::Notifiers(support::Log &log, support::Console &console,
                      platform::Preferences &preferences, platform::Host &host,
-                     platform::NameLookup &names, std::function<void()> onRest)
+                     platform::NameLookup &names, platform::TlsTrust &trust,
+                     std::function<void()> onRest)
     : m_log(log),
       m_console(console),
       m_preferences(preferences),
       m_host(host),
       m_names(names),
+      m_trust(trust),
       m_onRest(std::move(onRest))
 { }
 
@@ -32,7 +34,7 @@ MailRoom &Notifiers::room()
     if (!m_room) {
         m_room.reset(new MailRoom{.names = m_names,
                                   .console = m_console,
-                                  .tls = TlsPolicy::ofEnvironment(m_console),
+                                  .tls = TlsPolicy(m_trust),
                                   .hostName = QSysInfo::machineHostName(),
                                   .patience = {},
                                   .gate = {}});

@@ -12,6 +12,7 @@ namespace quillfen::platform {
 class Host;
 class NameLookup;
 class Preferences;
+class TlsTrust;
 } // namespace quillfen::platform
 
 namespace quillfen::support {
@@ -38,7 +39,8 @@ public:
     /// under way is over and gone.
     Notifiers(
         support::Log &log, support::Console &console, platform::Preferences &preferences,
-        platform::Host &host, platform::NameLookup &names, std::function<void()> onRest = [] {});
+        platform::Host &host, platform::NameLookup &names, platform::TlsTrust &trust,
+        std::function<void()> onRest = [] {});
     ~Notifiers();
     Notifiers(const Notifiers &) = delete;
     Notifiers &operator=(const Notifiers &) = delete;
@@ -55,9 +57,10 @@ private:
     platform::Preferences &m_preferences;
     platform::Host &m_host;
     platform::NameLookup &m_names;
+    platform::TlsTrust &m_trust;
     std::function<void()> m_onRest;
     int m_sessions = 0; ///< Under way.
-    std::unique_ptr<MailRoom> m_room; ///< Null until the first mail: TLS takes memory.
+    std::unique_ptr<MailRoom> m_room; ///< Null until the first mail.
     std::vector<std::unique_ptr<SSMTP>> m_notifiers;
 };
 

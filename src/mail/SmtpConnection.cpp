@@ -37,12 +37,15 @@ SmtpConnection::SmtpConnection(const QString &host, std::uint16_t port, Opening 
       m_opening(opening),
       m_names(names),
       m_tls(tls),
-      m_search([](std::exception_ptr failure) { std::rethrow_exception(failure); })
+      m_turns([](const std::exception_ptr &failure) { std::rethrow_exception(failure); })
 {
     m_deadline.setSingleShot(true);
     m_attempt.setSingleShot(true);
-    connect(&m_deadline, &QTimer::timeout, this,
-            [this] { fail(Failure::TimedOut, u"did not answer in time"_s); });
+    connect(&m_deadline, &QTimer::timeout, this, [this] {
+        fail(Failure::TimedOut,
+             m_state == State::Preparing ? u"cannot be trusted: certificates are still being read"_s
+                                         : u"did not answer in time"_s);
+    });
     connect(&m_attempt, &QTimer::timeout, this, [this] { attemptFailed(u"does not answer"_s); });
     connect(&m_dial, &Dial::connected, this, &SmtpConnection::onConnected);
     connect(&m_dial, &Dial::failed, this,
@@ -61,7 +64,7 @@ void SmtpConnection::open(milliseconds within)
 {
     m_state = State::Searching;
     allow(within);
-    m_search.take(findAddresses());
+    m_turns.take(findAddresses());
 }
 
 platform::Task<> SmtpConnection::findAddresses()
@@ -113,17 +116,31 @@ void SmtpConnection::onConnected(qintptr descriptor)
 
 void SmtpConnection::startSSL()
 {
-    if (m_state != State::Clear)
+    if (m_state != State::Clear || spokeAhead())
         return;
-    // The socket itself would keep such bytes and hand them out as if they had come encrypted.
-    if (!m_reader.atRest() || m_socket.bytesAvailable() > 0) {
-        fail(Failure::Lost, u"sent something ahead of the TLS handshake"_s);
-        return;
-    }
+    m_state = State::Preparing;
+    m_turns.take(startHandshake());
+}
+
+platform::Task<> SmtpConnection::startHandshake()
+{
+    const QSslConfiguration configuration = co_await m_tls.configuration();
+    if (m_state != State::Preparing)
+        co_return;
     m_state = State::Handshaking;
-    m_socket.setSslConfiguration(m_tls.configuration());
+    m_socket.setSslConfiguration(configuration);
     m_socket.setPeerVerifyName(QString::fromLatin1(m_host));
     m_socket.startClientEncryption();
+}
+
+/// Whether the server said something that nobody heard; that fails the connection. The socket
+/// itself would keep such bytes and hand them out as if they had come encrypted.
+bool SmtpConnection::spokeAhead()
+{
+    const bool spoke = !m_reader.atRest() || m_socket.bytesAvailable() > 0;
+    if (spoke)
+        fail(Failure::Lost, u"sent something ahead of the TLS handshake"_s);
+    return spoke;
 }
 
 void SmtpConnection::onEncrypted()
@@ -142,6 +159,7 @@ void SmtpConnection::onError()
 {
     switch (m_state) {
     case State::Clear:
+    case State::Preparing:
     case State::Encrypted:
         listen(); // its last words
         fail(Failure::Lost, u"went away"_s);
@@ -168,6 +186,8 @@ QString SmtpConnection::handshakeTrouble() const
 
 void SmtpConnection::listen()
 {
+    if (m_state == State::Preparing)
+        spokeAhead();
     if (m_state != State::Clear && m_state != State::Encrypted)
         return;
     m_reader.feed(m_socket.readAll());

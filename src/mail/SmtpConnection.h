@@ -47,9 +47,10 @@ public:
     /// Whether this is an SSL connection: one from its first byte on, or one that is encrypted.
     bool isSSL() const { return m_opening == Opening::Tls || m_socket.isEncrypted(); }
     bool isEncrypted() const { return m_socket.isEncrypted(); }
-    /// Starts the SSL handshake, under the deadline of the stage; secured() follows. Where one
-    /// has started before, does nothing. A byte that the server sent ahead of it fails the
-    /// connection: whoever put it there would be heard as if it had come encrypted.
+    /// Starts the SSL handshake as soon as it is known whom to trust, under the deadline of the
+    /// stage; secured() follows. Where one has started before, does nothing. A byte that the server
+    /// sent ahead of it fails the connection: whoever put it there would be heard as if it had come
+    /// encrypted.
     void startSSL();
 
     /// Looks the server up and connects to the first of its addresses that answers.
@@ -73,12 +74,14 @@ Q_SIGNALS:
 
 private:
     platform::Task<> findAddresses();
+    platform::Task<> startHandshake();
     void tryNextAddress();
     void attemptFailed(const QString &why);
     void onConnected(qintptr descriptor);
     void onEncrypted();
     void onError();
     QString handshakeTrouble() const;
+    bool spokeAhead();
     void listen();
     void fail(Failure failure, const QString &why);
 
@@ -88,7 +91,16 @@ private:
     platform::NameLookup &m_names;
     const TlsPolicy &m_tls;
 
-    enum class State { Closed, Searching, Connecting, Clear, Handshaking, Encrypted, Over };
+    enum class State {
+        Closed,
+        Searching,
+        Connecting,
+        Clear,
+        Preparing, ///< Wants TLS, and does not know yet whom to trust.
+        Handshaking,
+        Encrypted,
+        Over,
+    };
     State m_state = State::Closed;
     QStringList m_addresses; ///< Those not tried yet.
     QString m_trouble; ///< What came of the last address tried.
@@ -97,7 +109,7 @@ private:
     SmtpReplyReader m_reader;
     Dial m_dial;
     QSslSocket m_socket;
-    platform::Turns m_search; ///< The lookup. Destroyed first.
+    platform::Turns m_turns; ///< The lookup; later the start of TLS. Destroyed first.
 };
 
 } // namespace quillfen::mail

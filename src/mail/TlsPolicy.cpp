@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "mail/TlsPolicy.h"
 
-#include "support/Console.h"
+#include "platform/TlsTrust.h"
 
 #include <QHostAddress>
 #include <QSslCertificateExtension>
@@ -13,26 +13,12 @@ namespace quillfen::mail {
 
 using namespace Qt::StringLiterals;
 
-TlsPolicy::TlsPolicy(const QString &extraAuthorities, support::Console &console)
-    : m_configuration(QSslConfiguration::defaultConfiguration())
+platform::Task<QSslConfiguration> TlsPolicy::configuration() const
 {
-    m_configuration.setProtocol(QSsl::TlsV1_2OrLater);
-    m_configuration.setPeerVerifyMode(QSslSocket::VerifyPeer);
-    if (extraAuthorities.isEmpty())
-        return;
-    const QList<QSslCertificate> extra = QSslCertificate::fromPath(
-        extraAuthorities, QSsl::Pem, QSslCertificate::PatternSyntax::FixedString);
-    if (extra.isEmpty()) {
-        console.write(u"No certificates can be read from %1."_s.arg(extraAuthorities));
-        return;
-    }
-    // A configuration that is given authorities stops to look for the system's by itself.
-    m_configuration.setCaCertificates(QSslConfiguration::systemCaCertificates() + extra);
-}
-
-TlsPolicy TlsPolicy::ofEnvironment(support::Console &console)
-{
-    return TlsPolicy(qEnvironmentVariable("SSL_CERT_FILE"), console);
+    QSslConfiguration configuration = co_await m_trust.configuration();
+    configuration.setProtocol(QSsl::TlsV1_2OrLater);
+    configuration.setPeerVerifyMode(QSslSocket::VerifyPeer);
+    co_return configuration;
 }
 
 bool TlsPolicy::namesServer(const QSslCertificate &certificate, const QString &host)

@@ -1,32 +1,30 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/Task.h"
+
 #include <QSslCertificate>
 #include <QSslConfiguration>
 #include <QString>
 
-namespace quillfen::support {
-class Console;
+namespace quillfen::platform {
+class TlsTrust;
 }
 
 namespace quillfen::mail {
 
 /// Whom we trust with a mail: a server over TLS 1.2 or newer whose certificate is signed by an
 /// authority that this machine trusts, is in force, is made for servers and names this server.
-///
-/// One for the whole program: the authorities are loaded once and shared.
 class TlsPolicy {
 public:
-    /// Trusts the system's authorities and, where @p extraAuthorities is not empty, those in the
-    /// PEM file of that name. One that gives none is said on @p console,
-    /// and the system's alone count.
-    TlsPolicy(const QString &extraAuthorities, support::Console &console);
-    /// With the file that the environment's SSL_CERT_FILE names.
-    static TlsPolicy ofEnvironment(support::Console &console);
+    /// @p trust knows the authorities. It must outlive this and all copies.
+    explicit TlsPolicy(platform::TlsTrust &trust) : m_trust(trust) { }
 
     /// What a socket needs that connects to a server. It refuses what breaks the rules above, but
     /// takes more names than namesServer() does, which the caller asks besides.
-    const QSslConfiguration &configuration() const { return m_configuration; }
+    ///
+    /// It waits as long as TlsTrust does.
+    platform::Task<QSslConfiguration> configuration() const;
 
     /// Whether @p certificate is one of the server @p host, a host name in ASCII or an address.
     ///
@@ -36,7 +34,7 @@ public:
     static bool namesServer(const QSslCertificate &certificate, const QString &host);
 
 private:
-    QSslConfiguration m_configuration;
+    platform::TlsTrust &m_trust;
 };
 
 /// Whether the name @p pattern of a certificate stands for @p host, both in ASCII.

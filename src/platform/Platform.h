@@ -14,6 +14,7 @@ class StatusBar;
 class SystemConsole;
 class SystemReport;
 class Timers;
+class TlsTrust;
 class UrlLoader;
 class Workspace;
 
@@ -24,6 +25,7 @@ struct Platform {
     DynamicStores &stores;
     Host &host;
     NameLookup &names;
+    TlsTrust &tlsTrust;
     Timers &timers;
     UrlLoader &urlLoader;
     SystemReport &systemReport;

@@ -24,6 +24,7 @@
 #include "mail/PlainText.h"
 #include "platform/linux/desktop/StderrConsole.h"
 #include "platform/linux/desktop/SystemNameLookup.h"
+#include "platform/linux/desktop/SystemTlsTrust.h"
 #include "support/Console.h"
 
 #include <QCoreApplication>
@@ -207,9 +208,10 @@ int main(int argc, char **argv)
 
     support::Console console(stderrConsole);
     platform::SystemNameLookup names;
+    platform::SystemTlsTrust trust(stderrConsole, qEnvironmentVariable("SMTP_CA"));
     mail::MailRoom room{.names = names,
                         .console = console,
-                        .tls = mail::TlsPolicy(qEnvironmentVariable("SMTP_CA"), console),
+                        .tls = mail::TlsPolicy(trust),
                         .hostName = QSysInfo::machineHostName(),
                         .patience = order->patience,
                         .gate = {}};

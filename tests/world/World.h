@@ -16,6 +16,7 @@
 #include "world/FakeStores.h"
 #include "world/FakeSystemReport.h"
 #include "world/FakeTimers.h"
+#include "world/FakeTlsTrust.h"
 #include "world/FakeUrlLoader.h"
 #include "world/FakeWorkspace.h"
 #include "world/Settle.h"
@@ -38,6 +39,7 @@ public:
     FakeStores network;
     FakeHost host;
     FakeNames names;
+    FakeTlsTrust trust;
     FakeTimers clock;
     FakeUrlLoader service;
     FakeSystemReport report;
@@ -126,6 +128,7 @@ private:
                 .stores = network,
                 .host = host,
                 .names = names,
+                .tlsTrust = trust,
                 .timers = clock,
                 .urlLoader = service,
                 .systemReport = report,

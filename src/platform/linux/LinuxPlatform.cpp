@@ -9,6 +9,7 @@ LinuxPlatform::LinuxPlatform(SystemConsole &console, std::optional<QDBusConnecti
                              AboutFacts about)
     : m_console(console),
       m_preferences(m_console, JsonPreferences::standardFolder()),
+      m_tlsTrust(m_console, qEnvironmentVariable("SSL_CERT_FILE")),
       m_notifications(bus),
       m_statusBar(m_console, std::move(bus)),
       m_workspace(m_console),
@@ -23,6 +24,7 @@ Platform LinuxPlatform::seams()
             .stores = m_stores,
             .host = m_host,
             .names = m_names,
+            .tlsTrust = m_tlsTrust,
             .timers = m_timers,
             .urlLoader = m_urlLoader,
             .systemReport = m_systemReport,

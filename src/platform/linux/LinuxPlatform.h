@@ -11,6 +11,7 @@
 #include "platform/linux/desktop/QtTimers.h"
 #include "platform/linux/desktop/QtUrlLoader.h"
 #include "platform/linux/desktop/SystemNameLookup.h"
+#include "platform/linux/desktop/SystemTlsTrust.h"
 #include "platform/linux/net/NetlinkStores.h"
 #include "platform/linux/net/Nl80211Report.h"
 #include "platform/linux/panel/StatusAreaBar.h"
@@ -38,7 +39,8 @@ private:
     HostNames m_host;
     QtTimers m_timers;
     SystemNameLookup m_names;
-    QtUrlLoader m_urlLoader{m_names};
+    SystemTlsTrust m_tlsTrust;
+    QtUrlLoader m_urlLoader{m_names, m_tlsTrust};
     Nl80211Report m_systemReport;
     BusNotifications m_notifications;
     StatusAreaBar m_statusBar;

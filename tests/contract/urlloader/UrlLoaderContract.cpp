@@ -3,6 +3,7 @@
 #include "platform/linux/desktop/QtUrlLoader.h"
 #include "platform/linux/desktop/SystemNameLookup.h"
 #include "unit/desktop/WebServer.h"
+#include "world/FakeTlsTrust.h"
 #include "world/FakeUrlLoader.h"
 #include "world/Settle.h"
 
@@ -56,7 +57,8 @@ public:
 
 private:
     SystemNameLookup m_names;
-    QtUrlLoader m_loader{m_names};
+    world::FakeTlsTrust m_trust;
+    QtUrlLoader m_loader{m_names, m_trust};
     std::unique_ptr<WebServer> m_server = std::make_unique<WebServer>();
     QUrl m_url = m_server->url(u"/"_s);
 };

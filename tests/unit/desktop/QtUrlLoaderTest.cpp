@@ -3,7 +3,11 @@
 
 #include "platform/Turns.h"
 #include "platform/linux/desktop/SystemNameLookup.h"
+#include "platform/linux/desktop/SystemTlsTrust.h"
 #include "unit/desktop/WebServer.h"
+#include "unit/mail/Certificates.h"
+#include "world/FakeConsole.h"
+#include "world/FakeTlsTrust.h"
 #include "world/Settle.h"
 
 #include <QElapsedTimer>
@@ -255,7 +259,7 @@ private Q_SLOTS:
     {
         // Nobody listens at the first: the server has one address of the loopback network.
         SystemNameLookup names(resolver({u"127.0.0.2"_s, u"127.0.0.1"_s}));
-        QtUrlLoader loader(names);
+        QtUrlLoader loader(names, m_trust);
         m_server->answer("/", httpAnswer("200 OK", {}, "page"));
         const QUrl url(u"http://service.example:%1/"_s.arg(m_server->port()));
         QCOMPARE(settle(loader.load({.url = url, .within = kPlenty})), Page("page"));
@@ -265,7 +269,7 @@ private Q_SLOTS:
     void bringsNothingForANameThatIsNotKnown()
     {
         SystemNameLookup names(resolver({}));
-        QtUrlLoader loader(names);
+        QtUrlLoader loader(names, m_trust);
         const QUrl url(u"http://service.example/"_s);
         QCOMPARE(settle(loader.load({.url = url, .within = kPlenty})), std::nullopt);
     }
@@ -275,10 +279,45 @@ private Q_SLOTS:
         qputenv("http_proxy", "127.0.0.1:" + QByteArray::number(m_server->port()));
         m_server->answer("http://service.example/", httpAnswer("200 OK", {}, "page"));
         SystemNameLookup names(resolver({}));
-        QtUrlLoader loader(names);
+        QtUrlLoader loader(names, m_trust);
         QCOMPARE(
             settle(loader.load({.url = QUrl(u"http://service.example/"_s), .within = kPlenty})),
             Page("page"));
+    }
+
+    void trustsAServerThatTheFurtherFileTrusts()
+    {
+        mail::Authority authority;
+        WebServer server(authority.server({.alternativeNames = u"DNS:service.example"_s}));
+        server.answer("/", httpAnswer("200 OK", "Content-Length: 4\r\n", "page"));
+        SystemNameLookup names(resolver({u"127.0.0.1"_s}));
+        const UrlRequest request{.url = server.url(u"/"_s, u"service.example"_s),
+                                 .within = kPlenty};
+
+        SystemTlsTrust usual(m_output, {});
+        QtUrlLoader careful(names, usual);
+        QCOMPARE(settle(careful.load(request), kPlenty), std::nullopt);
+
+        SystemTlsTrust more(m_output, authority.file());
+        QtUrlLoader loader(names, more);
+        QCOMPARE(settle(loader.load(request), kPlenty), Page("page"));
+        const UrlRequest another{.url = server.url(u"/"_s), .within = kPlenty};
+        QCOMPARE(settle(loader.load(another), kPlenty), std::nullopt); // not its name
+        QCOMPARE(server.requests().size(), 1);
+        QVERIFY(server.requests().value(0).contains("\r\nHost: service.example:"));
+    }
+
+    void asksWhomToTrustWithinItsTime()
+    {
+        m_trust.keepSilent();
+        m_server->answerPatiently("/", httpAnswer("200 OK", "Content-Length: 4\r\n", "page"));
+        QCOMPARE(load(u"/"_s), Page("page")); // in clear it need not know
+        QUrl url = m_server->url(u"/"_s);
+        url.setScheme(u"https"_s);
+        QCOMPARE(settle(m_loader.load({.url = url, .within = 300ms}), kPlenty), std::nullopt);
+        QCOMPARE(m_trust.waiting(), 1U);
+        m_trust.speak();
+        QCOMPARE(m_server->requests().size(), 1);
     }
 
     void endsWithItsTask()
@@ -302,7 +341,9 @@ private:
     }
 
     SystemNameLookup m_names;
-    QtUrlLoader m_loader{m_names};
+    world::FakeConsole m_output;
+    world::FakeTlsTrust m_trust;
+    QtUrlLoader m_loader{m_names, m_trust};
     std::unique_ptr<WebServer> m_server;
 };
 

@@ -5,12 +5,17 @@
 #include <QByteArrayList>
 #include <QHostAddress>
 #include <QObject>
+#include <QSslConfiguration>
+#include <QSslServer>
+#include <QString>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
+#include <QUrl>
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <utility>
 
 namespace quillfen::platform {
@@ -20,19 +25,15 @@ class WebServer : public QObject {
 public:
     using Answer = std::function<void(QTcpSocket &)>;
 
-    WebServer()
-    {
-        m_server.listen(QHostAddress::LocalHost);
-        connect(&m_server, &QTcpServer::newConnection, this, [this] {
-            while (QTcpSocket *client = m_server.nextPendingConnection())
-                serve(*client);
-        });
-    }
+    WebServer() : WebServer(std::make_unique<QTcpServer>(), QStringLiteral("http")) { }
+    /// One over TLS, which encrypts as @p tls says.
+    explicit WebServer(const QSslConfiguration &tls) : WebServer(over(tls), QStringLiteral("https"))
+    { }
 
-    quint16 port() const { return m_server.serverPort(); }
-    QUrl url(const QString &path) const
+    quint16 port() const { return m_server->serverPort(); }
+    QUrl url(const QString &path, const QString &host = QStringLiteral("127.0.0.1")) const
     {
-        return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(port()).arg(path));
+        return QUrl(QStringLiteral("%1://%2:%3%4").arg(m_scheme, host).arg(port()).arg(path));
     }
 
     /// From now on @p path is answered so. Any other path gets no answer.
@@ -56,9 +57,26 @@ public:
     /// The requests so far, each with all its fields.
     const QByteArrayList &requests() const { return m_requests; }
     /// How many connections are open.
-    qsizetype openConnections() const { return m_server.findChildren<QTcpSocket *>().size(); }
+    qsizetype openConnections() const { return m_server->findChildren<QTcpSocket *>().size(); }
 
 private:
+    WebServer(std::unique_ptr<QTcpServer> server, const QString &scheme)
+        : m_server(std::move(server)),
+          m_scheme(scheme)
+    {
+        m_server->listen(QHostAddress::LocalHost);
+        connect(m_server.get(), &QTcpServer::pendingConnectionAvailable, this, [this] {
+            while (QTcpSocket *client = m_server->nextPendingConnection())
+                serve(*client);
+        });
+    }
+    static std::unique_ptr<QTcpServer> over(const QSslConfiguration &tls)
+    {
+        auto server = std::make_unique<QSslServer>();
+        server->setSslConfiguration(tls);
+        return server;
+    }
+
     void serve(QTcpSocket &client)
     {
         connect(&client, &QTcpSocket::disconnected, &client, &QObject::deleteLater);
@@ -74,7 +92,8 @@ private:
         });
     }
 
-    QTcpServer m_server;
+    std::unique_ptr<QTcpServer> m_server;
+    QString m_scheme;
     std::map<QByteArray, Answer> m_answers;
     QByteArrayList m_requests;
 };

@@ -9,6 +9,7 @@
 #include "unit/mail/Correspondent.h"
 #include "unit/mail/DeafServer.h"
 #include "unit/mail/ScriptedServer.h"
+#include "world/FakeTlsTrust.h"
 
 #include <QByteArray>
 #include <QByteArrayList>
@@ -16,6 +17,8 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QTest>
 
 #include <chrono>
@@ -117,9 +120,8 @@ class CWSMTPTest : public QObject {
 
     Authority m_authority;
     QSslConfiguration m_good = m_authority.server();
-    world::FakeConsole m_output;
-    support::Console m_console{m_output};
-    TlsPolicy m_trust{m_authority.file(), m_console}; ///< Reading the system's part takes a while.
+    world::FakeTlsTrust m_machine{m_authority.file()};
+    TlsPolicy m_trust{m_machine};
 
     /// A server that offers all there is.
     std::unique_ptr<ScriptedServer> goodServer() const
@@ -155,6 +157,8 @@ class CWSMTPTest : public QObject {
     }
 
 private Q_SLOTS:
+    void init() { m_machine.speak(); }
+
     void endsOnceWhateverTheServerDoes_data()
     {
         QTest::addColumn<int>("stage");
@@ -301,6 +305,84 @@ private Q_SLOTS:
         QCOMPARE(someone->told(), QStringList{u"timed out"_s});
         QCOMPARE(someone->console.lines(),
                  QStringList{u"The mail server mail.test did not answer in time."_s});
+    }
+
+    void waitsUntilItIsKnownWhomToTrust()
+    {
+        const auto server = goodServer();
+        const auto someone = carefulOne();
+        m_machine.keepSilent();
+        someone->send(server->serverPort());
+        QTRY_COMPARE_WITH_TIMEOUT(m_machine.waiting(), 1U, kDeadline);
+        QTest::qWait(50); // time for a mistake
+        QCOMPARE(server->encryptedLines(), QByteArrayList());
+        m_machine.speak();
+        waitForTheEnd(*someone);
+        QCOMPARE(someone->told(), kSent + QStringList{u"terminated"_s});
+        QCOMPARE(server->clearLines(), kClear);
+        QCOMPARE(server->encryptedLines(), kEncrypted);
+    }
+
+    void givesUpWhereItDoesNotComeToKnowWhomToTrust()
+    {
+        const auto server = goodServer();
+        const auto someone = carefulOne();
+        m_machine.keepSilent();
+        someone->send(server->serverPort());
+        QTRY_COMPARE_WITH_TIMEOUT(m_machine.waiting(), 1U, kDeadline);
+        someone->client().connection().allow(100ms);
+        waitForTheEnd(*someone);
+        m_machine.speak();
+        waitForTheEnd(*someone);
+        QCOMPARE(someone->told(), kGreeted + QStringList{u"timed out"_s});
+        QCOMPARE(someone->console.lines(),
+                 QStringList{u"The mail server mail.test cannot be trusted: certificates are "
+                             u"still being read."_s});
+        QCOMPARE(server->clearLines(), kClear);
+        QCOMPARE(server->encryptedLines(), QByteArrayList());
+    }
+
+    void canBeDestroyedBeforeItIsKnownWhomToTrust()
+    {
+        const auto server = goodServer();
+        const auto someone = carefulOne();
+        m_machine.keepSilent();
+        someone->send(server->serverPort());
+        QTRY_COMPARE_WITH_TIMEOUT(m_machine.waiting(), 1U, kDeadline);
+        someone->drop();
+        m_machine.speak();
+        QTRY_VERIFY_WITH_TIMEOUT(server->sawItsEnd(), kDeadline);
+        QCOMPARE(someone->told(), kGreeted);
+    }
+
+    void endsOnceWhateverComesBeforeItIsKnownWhomToTrust_data()
+    {
+        QTest::addColumn<bool>("speaks");
+        QTest::addColumn<QString>("said");
+        QTest::newRow("a word in clear")
+            << true << u"The mail server mail.test sent something ahead of the TLS handshake."_s;
+        QTest::newRow("the end") << false << u"The mail server mail.test went away."_s;
+    }
+    void endsOnceWhateverComesBeforeItIsKnownWhomToTrust()
+    {
+        QFETCH(bool, speaks);
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::LocalHost));
+        const auto someone = carefulOne();
+        m_machine.keepSilent();
+        someone->send(server.serverPort(), Opening::Tls);
+        QTRY_COMPARE_WITH_TIMEOUT(m_machine.waiting(), 1U, kDeadline);
+        QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), kDeadline);
+        const std::unique_ptr<QTcpSocket> peer(server.nextPendingConnection());
+        if (speaks)
+            peer->write("220 mail.test ESMTP\r\n");
+        else
+            peer->disconnectFromHost();
+        waitForTheEnd(*someone);
+        m_machine.speak();
+        waitForTheEnd(*someone);
+        QCOMPARE(someone->told(), (QStringList{u"established"_s, u"lost"_s}));
+        QTEST(someone->console.lines().join(u'\n'), "said");
     }
 
     void givesUpOnAServerThatDoesNotTakeTheConnection()

@@ -8,6 +8,7 @@
 #include "world/FakeHost.h"
 #include "world/FakeNames.h"
 #include "world/FakePreferences.h"
+#include "world/FakeTlsTrust.h"
 
 #include <QString>
 #include <QStringList>
@@ -20,6 +21,7 @@ public:
     world::FakePreferences preferences;
     world::FakeHost host;
     world::FakeNames names;
+    world::FakeTlsTrust trust;
 
     NotifierHome()
     {

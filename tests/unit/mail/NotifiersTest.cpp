@@ -40,6 +40,7 @@ class NotifiersTest : public QObject {
     {
         auto server = std::make_unique<ScriptedServer>();
         server->hasCertificate(m_good);
+        home.trust.trusts(m_authority.file());
         server->offers({"STARTTLS"}, {});
         home.preferences.setValue(u"MailServer"_s, u"127.0.0.1"_s);
         home.preferences.setValue(u"Port"_s, QString::number(server->serverPort()));
@@ -52,14 +53,13 @@ class NotifiersTest : public QObject {
     }
 
 private Q_SLOTS:
-    void initTestCase() { qputenv("SSL_CERT_FILE", m_authority.file().toUtf8()); }
-
     void reachTwoHundredRecipientsAFewAtATime()
     {
         NotifierHome home;
         const auto server = serverFor(home);
         server->takesItsTime(1ms);
-        Notifiers notifiers(home.log(), home.console(), home.preferences, home.host, home.names);
+        Notifiers notifiers(home.log(), home.console(), home.preferences, home.host, home.names,
+                            home.trust);
         for (int i = 0; i < 200; ++i)
             send(notifiers, u"to%1@example.org"_s.arg(i));
         QTRY_COMPARE_WITH_TIMEOUT(home.logged().filter(u"Connection terminated."_s).size(), 200,
@@ -78,7 +78,8 @@ private Q_SLOTS:
         NotifierHome home;
         const auto server = serverFor(home);
         server->then("QUIT", Then::KeepsSilent); // 3 s each
-        Notifiers notifiers(home.log(), home.console(), home.preferences, home.host, home.names);
+        Notifiers notifiers(home.log(), home.console(), home.preferences, home.host, home.names,
+                            home.trust);
         for (int i = 0; i < SessionGate::kMostSessions + 1; ++i)
             send(notifiers, u"to@example.org"_s);
         QTRY_COMPARE_WITH_TIMEOUT(server->mails().size(), SessionGate::kMostSessions + 1,
@@ -98,7 +99,7 @@ private Q_SLOTS:
         const auto server = serverFor(home);
         server->then(stage, Then::KeepsSilent);
         auto notifiers = std::make_unique<Notifiers>(home.log(), home.console(), home.preferences,
-                                                     home.host, home.names);
+                                                     home.host, home.names, home.trust);
         for (int i = 0; i < 10; ++i) // some of them still wait for their turn
             send(*notifiers, u"to@example.org"_s);
         QTRY_COMPARE_WITH_TIMEOUT(server->stages().count(stage), SessionGate::kMostSessions,
@@ -116,7 +117,7 @@ private Q_SLOTS:
         const auto server = serverFor(home);
         home.names.keepSilent();
         auto notifiers = std::make_unique<Notifiers>(home.log(), home.console(), home.preferences,
-                                                     home.host, home.names);
+                                                     home.host, home.names, home.trust);
         send(*notifiers, u"to@example.org"_s);
         QCoreApplication::processEvents();
         notifiers.reset();
@@ -124,11 +125,30 @@ private Q_SLOTS:
         QCOMPARE(home.logged().last(), u"Connecting to the 127.0.0.1 server..."_s);
     }
 
+    void endBeforeItIsKnownWhomToTrust()
+    {
+        NotifierHome home;
+        const auto server = serverFor(home);
+        home.trust.keepSilent();
+        auto notifiers = std::make_unique<Notifiers>(home.log(), home.console(), home.preferences,
+                                                     home.host, home.names, home.trust);
+        for (int i = 0; i < SessionGate::kMostSessions; ++i)
+            send(*notifiers, u"to@example.org"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(home.trust.waiting(), std::size_t(SessionGate::kMostSessions),
+                                  kDeadline);
+        const QStringList logged = home.logged();
+        notifiers.reset();
+        home.trust.speak();
+        QTRY_COMPARE_WITH_TIMEOUT(server->open(), 0, kDeadline);
+        QCOMPARE(home.logged(), logged);
+        QCOMPARE(home.said(), QStringList());
+    }
+
     void endBeforeTheFirstMail()
     {
         NotifierHome home;
         const Notifiers notifiers(home.log(), home.console(), home.preferences, home.host,
-                                  home.names);
+                                  home.names, home.trust);
         QCOMPARE(home.logged(), QStringList());
     }
 };

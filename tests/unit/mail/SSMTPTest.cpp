@@ -5,6 +5,7 @@
 #include "unit/mail/Certificates.h"
 #include "unit/mail/NotifierHome.h"
 #include "unit/mail/ScriptedServer.h"
+#include "world/FakeTlsTrust.h"
 
 #include <QCoreApplication>
 #include <QJsonValue>
@@ -134,9 +135,8 @@ class SSMTPTest : public QObject {
 
     Authority m_authority;
     QSslConfiguration m_good = m_authority.server();
-    world::FakeConsole m_output;
-    support::Console m_console{m_output};
-    TlsPolicy m_trust{m_authority.file(), m_console};
+    world::FakeTlsTrust m_machine{m_authority.file()};
+    TlsPolicy m_trust{m_machine};
 
 private Q_SLOTS:
     void writesEachStageIntoTheLog_data()

@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "mail/TlsPolicy.h"
 
-#include "support/Console.h"
 #include "unit/mail/Certificates.h"
-#include "world/FakeConsole.h"
+#include "world/FakeTlsTrust.h"
+#include "world/Settle.h"
 
 #include <QObject>
 #include <QSslCertificate>
 #include <QSslConfiguration>
 #include <QString>
-#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using quillfen::world::settle;
 
 namespace quillfen::mail {
 
@@ -20,12 +20,8 @@ class TlsPolicyTest : public QObject {
     Q_OBJECT
 
     Authority m_authority;
-    world::FakeConsole m_output;
-    support::Console m_console{m_output};
 
 private Q_SLOTS:
-    void init() { m_output.takeLines(); }
-
     void matchesNames_data()
     {
         struct Row {
@@ -168,44 +164,22 @@ private Q_SLOTS:
         QTEST(TlsPolicy::namesServer(server.localCertificate(), host), "named");
     }
 
-    void trustsTheSystemsAuthoritiesAndOneMore()
-    {
-        const TlsPolicy policy(m_authority.file(), m_console);
-        const QList<QSslCertificate> trusted = policy.configuration().caCertificates();
-        const QList<QSslCertificate> own = QSslCertificate::fromPath(m_authority.file());
-        QCOMPARE(own.size(), 1);
-        QVERIFY(trusted.contains(own.first()));
-        const QList<QSslCertificate> systems = QSslConfiguration::systemCaCertificates();
-        for (const QSslCertificate &authority : systems)
-            QVERIFY(trusted.contains(authority));
-        QCOMPARE(m_output.lines(), QStringList());
-    }
-
-    void staysWithTheSystemsAuthoritiesWhereThereAreNoMore()
-    {
-        const QTemporaryDir folder;
-        const QString path = folder.filePath(u"missing.pem"_s);
-        const TlsPolicy policy(path, m_console);
-        QCOMPARE(m_output.lines(),
-                 QStringList{u"No certificates can be read from %1."_s.arg(path)});
-        const TlsPolicy usual({}, m_console);
-        QCOMPARE(policy.configuration(), usual.configuration());
-    }
-
     void insistsOnTlsThatIsSafe()
     {
-        const TlsPolicy policy({}, m_console);
-        QCOMPARE(policy.configuration().protocol(), QSsl::TlsV1_2OrLater);
-        QCOMPARE(policy.configuration().peerVerifyMode(), QSslSocket::VerifyPeer);
+        world::FakeTlsTrust trust(m_authority.file());
+        const TlsPolicy policy(trust);
+        const QSslConfiguration configuration = settle(policy.configuration());
+        QCOMPARE(configuration.protocol(), QSsl::TlsV1_2OrLater);
+        QCOMPARE(configuration.peerVerifyMode(), QSslSocket::VerifyPeer);
     }
 
-    void takesTheFileOfTheEnvironment()
+    void trustsWhomTheMachineTrusts()
     {
-        qputenv("SSL_CERT_FILE", m_authority.file().toUtf8());
-        const TlsPolicy policy = TlsPolicy::ofEnvironment(m_console);
-        qunsetenv("SSL_CERT_FILE");
-        QVERIFY(policy.configuration().caCertificates().contains(
-            QSslCertificate::fromPath(m_authority.file()).constFirst()));
+        world::FakeTlsTrust trust(m_authority.file());
+        const TlsPolicy policy(trust);
+        const QSslConfiguration configuration = settle(policy.configuration());
+        QCOMPARE(configuration.caCertificates(), QSslCertificate::fromPath(m_authority.file()));
+        QCOMPARE(configuration.caCertificates().size(), 1);
     }
 };
 

@@ -25,7 +25,7 @@ Task<std::optional<QByteArray>> QtUrlLoader::load(UrlRequest request)
     deadline.start(request.within);
 
     // In this order, as the exchange lives for its flow; both end with this task.
-    UrlExchange exchange(m_names, std::move(request));
+    UrlExchange exchange(m_names, m_trust, std::move(request));
     Turns flow([give](const std::exception_ptr &) { give(std::nullopt); });
     flow.take(exchange.run(give));
     co_return co_await body;

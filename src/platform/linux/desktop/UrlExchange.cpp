@@ -2,12 +2,14 @@
 #include "platform/linux/desktop/UrlExchange.h"
 
 #include "platform/NameLookup.h"
+#include "platform/TlsTrust.h"
 #include "platform/linux/desktop/WebProxy.h"
 
 #include <QHostAddress>
 #include <QNetworkAccessManager>
 #include <QNetworkProxy>
 #include <QNetworkReply>
+#include <QSslConfiguration>
 
 #include <memory>
 #include <utility>
@@ -58,8 +60,9 @@ private:
 
 } // namespace
 
-UrlExchange::UrlExchange(NameLookup &names, UrlRequest request)
+UrlExchange::UrlExchange(NameLookup &names, TlsTrust &trust, UrlRequest request)
     : m_names(names),
+      m_trust(trust),
       m_request(std::move(request))
 { }
 
@@ -97,13 +100,18 @@ Task<UrlAnswer> UrlExchange::ask(QUrl url)
 
 Task<UrlAnswer> UrlExchange::askAt(QUrl url, QString address)
 {
+    QNetworkRequest request = requestFor(url, address);
+    if (url.scheme() == "https"_L1) {
+        const QSslConfiguration trust = co_await m_trust.configuration();
+        request.setSslConfiguration(trust);
+    }
     Later<bool> finished;
     Body body;
     // One for each request: on a connection that is kept Qt would send the next one just as the
     // server hangs up, and then send it again.
     QNetworkAccessManager manager;
     manager.setProxy(webProxyFor(url)); // said always, or Qt would ask the desktop's settings
-    const std::unique_ptr<QNetworkReply> reply(manager.get(requestFor(url, address)));
+    const std::unique_ptr<QNetworkReply> reply(manager.get(request));
     reply->setReadBufferSize(kReadBuffer);
     QObject::connect(reply.get(), &QNetworkReply::readyRead, reply.get(),
                      [&body, raw = reply.get(), give = finished.giver()] {

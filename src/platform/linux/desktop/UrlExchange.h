@@ -12,6 +12,7 @@
 namespace quillfen::platform {
 
 class NameLookup;
+class TlsTrust;
 
 /// What one server answered to one request.
 struct UrlAnswer {
@@ -24,8 +25,8 @@ struct UrlAnswer {
 /// ends all that is under way.
 class UrlExchange {
 public:
-    /// @p names must outlive this.
-    UrlExchange(NameLookup &names, UrlRequest request);
+    /// @p names and @p trust must outlive this.
+    UrlExchange(NameLookup &names, TlsTrust &trust, UrlRequest request);
 
     /// The whole exchange; gives the outcome to @p give. It has no deadline of its own.
     Task<> run(Giver<std::optional<QByteArray>> give);
@@ -38,6 +39,7 @@ private:
     QNetworkRequest requestFor(const QUrl &url, const QString &address) const;
 
     NameLookup &m_names;
+    TlsTrust &m_trust;
     UrlRequest m_request;
 };
 
