@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QIcon>
 
 #include "app/AppController.h"
 #include "platform/Turns.h"
@@ -8,6 +9,7 @@
 #include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/desktop/FreeMemory.h"
 #include "platform/linux/desktop/QtArguments.h"
+#include "platform/linux/desktop/RemoteApplication.h"
 #include "platform/linux/desktop/SingleInstance.h"
 #include "platform/linux/desktop/StderrConsole.h"
 #include "platform/linux/desktop/UnixSignals.h"
@@ -22,6 +24,13 @@ namespace {
 
 const QString kApplicationIdentifier = u"com.corvane.Quillfen"_s;
 
+/// The program's icon, as seen from the program's own place.
+QString iconPath()
+{
+    return QApplication::applicationDirPath()
+        + u"/../share/icons/hicolor/scalable/apps/com.corvane.Quillfen.svg"_s;
+}
+
 platform::AboutFacts aboutFacts()
 {
     return {.name = support::bundleName(),
@@ -29,8 +38,7 @@ platform::AboutFacts aboutFacts()
             .copyright = u"Copyright © 2026 Corvane Software"_s,
             .license = u"Free software under the GNU General Public Licence, version 3 or later. "
                        "It comes without any warranty."_s,
-            .iconPath = QApplication::applicationDirPath()
-                + u"/../share/icons/hicolor/scalable/apps/com.corvane.Quillfen.svg"_s};
+            .iconPath = iconPath()};
 }
 
 void readArguments(const QApplication &application)
@@ -66,6 +74,7 @@ int main(int argc, char **argv)
     QApplication::setApplicationVersion(support::bundleShortVersionString());
     QApplication::setDesktopFileName(kApplicationIdentifier);
     QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setWindowIcon(QIcon(iconPath()));
     readArguments(application);
 
     if (sessionBus.isSilent())
@@ -83,15 +92,19 @@ int main(int argc, char **argv)
     app::AppController controller(seams, log, turns, &QCoreApplication::quit);
 
     platform::UnixSignals signals(&QCoreApplication::quit);
+    const std::optional<QDBusConnection> bus = sessionBus.connection();
+    const platform::RemoteApplication remote(bus, kApplicationIdentifier,
+                                             [&] { controller.showPreferences(); });
     const auto begin = [&](platform::SingleInstance::Outcome outcome) {
         if (outcome != platform::SingleInstance::Outcome::AlreadyRunning) {
             turns.take(controller.init());
             return;
         }
-        console.write(u"Quillfen is already running."_s);
-        QCoreApplication::quit();
+        console.write(u"Quillfen is already running; its preferences come forward."_s);
+        platform::RemoteApplication::activate(*bus, kApplicationIdentifier,
+                                              &QCoreApplication::quit);
     };
-    const platform::SingleInstance instance(sessionBus.connection(), kApplicationIdentifier, begin);
+    const platform::SingleInstance instance(bus, kApplicationIdentifier, begin);
 
     const int status = QApplication::exec();
     controller.applicationWillTerminate();

@@ -11,6 +11,8 @@
 #include "platform/StatusItem.h"
 #include "platform/Timers.h"
 #include "platform/Turns.h"
+#include "prefs/PreferencesNotification.h"
+#include "prefs/QuillfenPrefPane.h"
 #include "support/FormatText.h"
 #include "support/Log.h"
 #include "support/SettingsReading.h"
@@ -61,7 +63,13 @@ AppController::AppController(const platform::Platform &platform, support::Log &l
       m_notifiers(log, m_console, platform.preferences, platform.host, platform.names,
                   platform.tlsTrust, [this] { m_turns.rest(); }),
       m_externalAddress(platform.urlLoader, platform.preferences, log, platform.console)
-{ }
+{
+    m_prefController = std::make_unique<prefs::QuillfenPrefPane>(
+        platform.preferences, platform.notifications, platform.console, m_notifiers,
+        platform.sounds,
+        prefs::KnownAddresses{.local = [this] { return m_addresses; },
+                              .external = [this] { return m_externalAddress.kept(); }});
+}
 
 AppController::~AppController() = default;
 
@@ -76,7 +84,8 @@ Task<> AppController::init()
     // holds that up for long, and there must be something to quit from.
     buildMenu();
     co_await setup();
-    m_platform.notifications.addObserver(kPreferencesChanged, kPreferencesNotificationIdentifier,
+    m_platform.notifications.addObserver(prefs::kPreferencesChanged,
+                                         prefs::kPreferencesNotificationIdentifier,
                                          [this] { PreferencesChangedCallback(); });
     co_await initTimerAndRegisterNotifications();
 

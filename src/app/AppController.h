@@ -27,6 +27,10 @@ class Timer;
 class Turns;
 } // namespace quillfen::platform
 
+namespace quillfen::prefs {
+class QuillfenPrefPane;
+}
+
 namespace quillfen::app {
 
 /// The one controller of the process: it owns the status item and its menu, keeps the list of
@@ -36,7 +40,8 @@ namespace quillfen::app {
 /// next event's begins. The title alone does not wait its turn (showTitleAhead()).
 ///
 /// Its sources, one subject each: AppController.cpp (life), …_refresh.cpp (addresses and title),
-/// …_external.cpp (the external address), …_mail.cpp (the alerts), …_menu.cpp (the status menu and its commands).
+/// …_external.cpp (the external address), …_mail.cpp (the alerts), …_menu.cpp (the status menu and
+/// its commands).
 class AppController : public platform::MenuDelegate {
 public:
     /// @p terminate ends the run loop; applicationWillTerminate() is then expected.
@@ -85,9 +90,13 @@ public:
     void selItemCopySelectedAddress(const platform::MenuItem &sender);
     void goToWebsite(const platform::MenuItem &sender);
     void goToMAS(const platform::MenuItem &sender);
+    void selItemPreferences(const platform::MenuItem &sender);
     void selItemOpenConsoleLog(const platform::MenuItem &sender);
     void selItemAbout(const platform::MenuItem &sender);
     void selItemQuit(const platform::MenuItem &sender);
+
+    /// Brings the preferences window to the front.
+    void showPreferences();
 
 private:
     void PreferencesChangedCallback();
@@ -135,6 +144,7 @@ private:
     support::Console m_console;
     mail::Notifiers m_notifiers;
     netinfo::ExternalAddress m_externalAddress;
+    std::unique_ptr<prefs::QuillfenPrefPane> m_prefController; ///< Its window comes when needed.
 
     QStringList m_addresses; ///< The current address list; every successful refresh refills it.
     /// The joined wireless network's name, or "?"; nothing until it is needed first.

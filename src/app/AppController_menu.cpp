@@ -12,6 +12,8 @@
 #include "platform/StatusItem.h"
 #include "platform/Turns.h"
 #include "platform/Workspace.h"
+#include "prefs/QuillfenPrefPane.h"
+#include "prefs/WindowOrder.h"
 #include "support/FormatText.h"
 #include "support/Log.h"
 #include "support/SettingsReading.h"
@@ -43,6 +45,7 @@ constexpr std::array kCommands{
     Command{kSelItemCopySelectedAddress, &AppController::selItemCopySelectedAddress},
     Command{kSelItemAbout, &AppController::selItemAbout},
     Command{kSelItemQuit, &AppController::selItemQuit},
+    Command{kSelItemPreferences, &AppController::selItemPreferences},
     Command{kSelItemOpenConsoleLog, &AppController::selItemOpenConsoleLog},
 };
 
@@ -157,6 +160,16 @@ void AppController::goToWebsite(const MenuItem &)
 void AppController::goToMAS(const MenuItem &)
 {
     m_platform.workspace.openURL(QUrl(kStorePage));
+}
+
+void AppController::selItemPreferences(const MenuItem &)
+{
+    showPreferences();
+}
+
+void AppController::showPreferences()
+{
+    prefs::makeKeyAndOrderFront(m_prefController->window());
 }
 
 void AppController::selItemOpenConsoleLog(const MenuItem &)

@@ -5,12 +5,6 @@
 
 namespace quillfen::app {
 
-/// The object of the notification that the preferences have changed.
-inline constexpr QLatin1StringView kPreferencesNotificationIdentifier{
-    "com.corvane.preference.Quillfen"};
-/// Its name.
-inline constexpr QLatin1StringView kPreferencesChanged{"Preferences Changed"};
-
 /// The text in place of an address when there is none; it is stored and compared like one.
 inline constexpr QLatin1StringView kNoAddress{"-.-.-.-"};
 

@@ -129,4 +129,3 @@ std::int32_t AddIPAddressListChangeCallbackSCF(platform::DynamicStores &stores,
 }
 
 } // namespace quillfen::netinfo
-

@@ -10,6 +10,7 @@ class Host;
 class NameLookup;
 class Pasteboard;
 class Preferences;
+class Sounds;
 class StatusBar;
 class SystemConsole;
 class SystemReport;
@@ -33,6 +34,7 @@ struct Platform {
     StatusBar &statusBar;
     Workspace &workspace;
     Pasteboard &pasteboard;
+    Sounds &sounds;
     AboutPanel &aboutPanel;
 };
 

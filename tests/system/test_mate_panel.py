@@ -114,3 +114,25 @@ def test_an_address_is_copied_by_real_clicks(network, bus, display, mate, screen
         menu.choose(address)
         until(lambda: display.clipboard() == address,
               lambda: f"{address} on the clipboard, not {display.clipboard()!r}")
+
+
+def test_the_last_of_a_thousand_addresses_is_copied(home, network, bus, display, mate, screen,
+                                                    whole_screen, start):
+    addresses = [f"10.1.{number // 250}.{number % 250 + 1}" for number in range(999)]
+    network.ip(*(f"address add {address}/16 dev lan" for address in addresses))
+    mate.start_watcher()
+    mate.start_panel()
+    empty = screen.still()
+    start(bus, display)
+    screen.wait_for_text(BEFORE)
+    home.log.wait_for_line(f"[1000] {addresses[-1]}")
+    width, height, x, y = difference(empty, screen.still())
+    menu = MenuOnScreen(display, whole_screen, (x + width // 2, y + height // 2))
+    menu.wait_for_text("All local Addresses:")
+    # Scrolls to the end, and then up past Quit, About, Log, Preferences and the two pages.
+    display.run("xdotool", "key", "Up")
+    menu.wait_for_text(addresses[-1])
+    display.run("xdotool", "key", "--repeat", "6", "--delay", "50", "Up")
+    display.run("xdotool", "key", "Return")
+    until(lambda: display.clipboard() == addresses[-1],
+          lambda: f"{addresses[-1]} on the clipboard, not {display.clipboard()!r}")

@@ -45,14 +45,11 @@ def expected(titles, addresses):
             ("View in Corvane Website...", True, ""),
             ("View in Mac App Store...", True, ""),
             SEPARATOR,
-            ("Preferences...", PREFERENCES_CAN_BE_CHOSEN, ""),
+            ("Preferences...", True, ""),
             ("Console Log...", True, ""),
             SEPARATOR,
             ("About Quillfen", True, ""),
             ("Quit", True, "")]
-
-
-PREFERENCES_CAN_BE_CHOSEN = False  # there is no window for them yet
 
 
 def menu(host):

@@ -12,6 +12,7 @@
 #include "world/FakeNotifications.h"
 #include "world/FakePasteboard.h"
 #include "world/FakePreferences.h"
+#include "world/FakeSound.h"
 #include "world/FakeStatusBar.h"
 #include "world/FakeStores.h"
 #include "world/FakeSystemReport.h"
@@ -47,6 +48,7 @@ public:
     FakeStatusBar statusBar;
     FakeWorkspace workspace;
     FakePasteboard pasteboard;
+    FakeSounds sounds;
     FakeAboutPanel aboutPanel;
 
     World() { qputenv("XDG_DATA_HOME", QFile::encodeName(m_home.path())); }
@@ -136,6 +138,7 @@ private:
                 .statusBar = statusBar,
                 .workspace = workspace,
                 .pasteboard = pasteboard,
+                .sounds = sounds,
                 .aboutPanel = aboutPanel};
     }
 

@@ -32,6 +32,7 @@ Platform LinuxPlatform::seams()
             .statusBar = m_statusBar,
             .workspace = m_workspace,
             .pasteboard = m_pasteboard,
+            .sounds = m_sounds,
             .aboutPanel = m_aboutPanel};
 }
 

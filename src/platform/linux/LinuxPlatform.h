@@ -10,6 +10,7 @@
 #include "platform/linux/desktop/JsonPreferences.h"
 #include "platform/linux/desktop/QtTimers.h"
 #include "platform/linux/desktop/QtUrlLoader.h"
+#include "platform/linux/desktop/SoundPlayer.h"
 #include "platform/linux/desktop/SystemNameLookup.h"
 #include "platform/linux/desktop/SystemTlsTrust.h"
 #include "platform/linux/net/NetlinkStores.h"
@@ -46,6 +47,7 @@ private:
     StatusAreaBar m_statusBar;
     DesktopWorkspace m_workspace;
     Clipboard m_pasteboard;
+    SoundPlayer m_sounds;
     AboutWindow m_aboutPanel;
 };
 

@@ -71,6 +71,19 @@ class Display:
         x, y = place
         self.run("xdotool", "mousemove", "--sync", str(x), str(y), "click", str(button))
 
+    def press(self, *keys):
+        """Presses keys one after the other, in the names of xdotool(1)."""
+        self.run("xdotool", "key", "--delay", "50", *keys)
+
+    def windows(self, name):
+        """The ids of the windows of that name that can be seen."""
+        found = self.look("xdotool", "search", "--onlyvisible", "--name", f"^{name}$")
+        return (found or "").split()
+
+    def has_keyboard(self, name):
+        """Whether the window that has the keyboard is called that."""
+        return (self.look("xdotool", "getactivewindow", "getwindowname") or "").strip() == name
+
     def clipboard(self):
         """The text on the clipboard; None while there is none."""
         return self.look("xclip", "-o", "-selection", "clipboard")

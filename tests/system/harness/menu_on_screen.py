@@ -40,9 +40,13 @@ class MenuOnScreen:
             return text in self.text()
         until(readable, lambda: f"{text!r} in the menu; it reads\n{self.text()}", within)
 
-    def choose(self, text):
-        """Clicks on the row that says text, and waits until the menu is gone."""
+    def click(self, text):
+        """Clicks on the row that says text."""
         places = [place for said, place in self.rows() if said == text]
         assert len(places) == 1, f"{text!r} once in the menu; it reads\n{self.text()}"
         self._display.click(places[0])
+
+    def choose(self, text):
+        """Clicks on the row that says text, and waits until nothing but the menu's end is seen."""
+        self.click(text)
         until(lambda: not self._is_open(), "the menu's end")

@@ -87,7 +87,8 @@ def lines(picture, box):
     words = [dict(zip(table[0].split("\t"), row.split("\t"))) for row in table[1:]]
     found = {}
     for word in words:
-        if word["level"] == "5":  # a word; the others are what it is part of
+        # A word; the others are what it is part of. A bar is an end of the line between two rows.
+        if word["level"] == "5" and word["text"].strip("|"):
             found.setdefault((word["block_num"], word["par_num"], word["line_num"]),
                              []).append(word)
     return [_line(words, left, top) for words in found.values()]

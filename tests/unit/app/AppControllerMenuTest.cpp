@@ -52,7 +52,7 @@ const QStringList kBehindTheAddresses{
     u"View in Corvane Website..."_s,
     u"View in Mac App Store..."_s,
     u"-"_s,
-    u"(Preferences...)"_s,
+    u"Preferences..."_s,
     u"Console Log..."_s,
     u"-"_s,
     u"About Quillfen"_s,

@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/linux/desktop/RemoteApplication.h"
+#include "unit/desktop/PrivateBus.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QTest>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace quillfen::platform {
+
+namespace {
+
+const QString kName = u"com.corvane.Quillfen"_s;
+const QString kPath = u"/com/corvane/Quillfen"_s;
+const QString kInterface = u"org.freedesktop.Application"_s;
+
+} // namespace
+
+class RemoteApplicationTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        qunsetenv("XDG_ACTIVATION_TOKEN");
+        m_bus = std::make_unique<PrivateBus>();
+    }
+
+    void comesForwardWhenASecondOneAsks()
+    {
+        QDBusConnection first = m_bus->connection();
+        int activated = 0;
+        const RemoteApplication application(first, kName, [&activated] { ++activated; });
+        QVERIFY(first.registerService(kName));
+        bool answered = false;
+        RemoteApplication::activate(m_bus->connection(), kName, [&answered] { answered = true; });
+        QTRY_COMPARE(activated, 1);
+        QTRY_VERIFY(answered);
+        QVERIFY(!qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
+    }
+
+    void takesTheTokenAlong()
+    {
+        QDBusConnection first = m_bus->connection();
+        int activated = 0;
+        const RemoteApplication application(first, kName, [&activated] { ++activated; });
+        QVERIFY(first.registerService(kName));
+        qputenv("XDG_ACTIVATION_TOKEN", "token-7");
+        RemoteApplication::activate(m_bus->connection(), kName, [] {});
+        qunsetenv("XDG_ACTIVATION_TOKEN");
+        QTRY_COMPARE(activated, 1);
+        QCOMPARE(qgetenv("XDG_ACTIVATION_TOKEN"), "token-7");
+    }
+
+    void answersEachMethodOfTheInterface_data()
+    {
+        QTest::addColumn<QString>("method");
+        QTest::addColumn<QVariantList>("arguments");
+        QTest::newRow("Activate") << u"Activate"_s << QVariantList{QVariantMap()};
+        QTest::newRow("Open") << u"Open"_s
+                              << QVariantList{QStringList{u"file:///x"_s}, QVariantMap()};
+        QTest::newRow("ActivateAction")
+            << u"ActivateAction"_s << QVariantList{u"new"_s, QVariantList(), QVariantMap()};
+        QTest::newRow("a token of another type")
+            << u"Activate"_s << QVariantList{QVariantMap{{u"activation-token"_s, 7.5}}};
+    }
+    void answersEachMethodOfTheInterface()
+    {
+        QFETCH(QString, method);
+        QFETCH(QVariantList, arguments);
+        QDBusConnection first = m_bus->connection();
+        int activated = 0;
+        const RemoteApplication application(first, kName, [&activated] { ++activated; });
+        QVERIFY(first.registerService(kName));
+        QDBusMessage call = QDBusMessage::createMethodCall(kName, kPath, kInterface, method);
+        call.setArguments(arguments);
+        QDBusPendingCall answer = m_bus->connection().asyncCall(call);
+        QTRY_VERIFY(answer.isFinished());
+        QVERIFY2(!answer.isError(), qPrintable(answer.error().message()));
+        QTRY_COMPARE(activated, 1);
+    }
+
+    void refusesWrongArguments()
+    {
+        QDBusConnection first = m_bus->connection();
+        int activated = 0;
+        const RemoteApplication application(first, kName, [&activated] { ++activated; });
+        QVERIFY(first.registerService(kName));
+        QDBusMessage call = QDBusMessage::createMethodCall(kName, kPath, kInterface, u"Activate"_s);
+        call << 7;
+        QDBusPendingCall answer = m_bus->connection().asyncCall(call);
+        QTRY_VERIFY(answer.isFinished());
+        QVERIFY(answer.isError());
+        QCoreApplication::processEvents();
+        QCOMPARE(activated, 0);
+    }
+
+    void nobodyThereIsKnownAtOnce()
+    {
+        bool answered = false;
+        RemoteApplication::activate(m_bus->connection(), kName, [&answered] { answered = true; });
+        QTRY_VERIFY(answered);
+    }
+
+    void withoutABusThereIsNothingToServe()
+    {
+        const RemoteApplication application(std::nullopt, kName, [] {});
+    }
+
+private:
+    std::unique_ptr<PrivateBus> m_bus;
+};
+
+} // namespace quillfen::platform
+
+QTEST_GUILESS_MAIN(quillfen::platform::RemoteApplicationTest)
+#include "RemoteApplicationTest.moc"
