@@ -35,7 +35,9 @@ bool isWhole(const QNetworkReply &reply)
     const QNetworkReply::NetworkError error = reply.error();
     const bool errorPage =
         (error >= QNetworkReply::ContentAccessDenied && error <= QNetworkReply::UnknownContentError)
-        || error >= QNetworkReply::InternalServerError;
+        || error >= QNetworkReply::InternalServerError
+        || error == QNetworkReply::ProtocolInvalidOperationError // for the statuses 400 and 418
+        || error == QNetworkReply::ProxyAuthenticationRequiredError; // for 407
     return error == QNetworkReply::NoError || errorPage;
 }
 
