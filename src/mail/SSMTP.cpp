@@ -45,6 +45,14 @@ std::optional<std::int64_t> storedNumber(const platform::Preferences &preference
     return value && value->isDouble() ? std::optional(support::integerValue(*value)) : std::nullopt;
 }
 
+/// Whether @p text switches something off: "NO", "false", "0", "off" and the like.
+bool saysNo(const QString &text)
+{
+    const QString word = text.trimmed().toLower();
+    return word.startsWith(u'n') || word.startsWith(u'f') || word.startsWith(u'0')
+        || word == "off"_L1;
+}
+
 QString className(const std::exception &exception)
 {
     const char *mangled = typeid(exception).name();
@@ -125,6 +133,9 @@ std::int16_t SSMTP::storedPort() const
 bool SSMTP::useSSL() const
 {
     m_preferences.synchronize();
+    // A text that does not say no in so many words must not lay the password open.
+    if (const auto text = storedText(m_preferences, support::kUseSSL.key); text && !saysNo(*text))
+        return true;
     return support::readUserDefaultBoolean(m_preferences, support::kUseSSL);
 }
 

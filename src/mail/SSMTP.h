@@ -50,7 +50,8 @@ public:
     ///                     put into it, in this order.
     void sendMessage(const QString &message, const std::optional<QString> &oldAddress,
                      const std::optional<QString> &toRecipient, const QString &usingMessage);
-    /// Whether mail goes over TLS: yes, unless the user's defaults say otherwise.
+    /// Whether mail goes over TLS: yes, unless the user's defaults say no. A text there that says
+    /// neither yes nor no, such as "enabled", is a yes.
     bool useSSL() const;
 
     void connectionEstablished(const CWNotification &notification) override;

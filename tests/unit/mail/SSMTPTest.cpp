@@ -8,6 +8,7 @@
 #include "world/FakeTlsTrust.h"
 
 #include <QCoreApplication>
+#include <QJsonArray>
 #include <QJsonValue>
 #include <QMap>
 #include <QObject>
@@ -504,6 +505,43 @@ private Q_SLOTS:
                                  std::runtime_error);
         QVERIFY_EXCEPTION_THROWN(desk.notifier.messageNotSent(desk.notification()),
                                  std::runtime_error);
+    }
+
+    void staysWithTlsUnlessToldNo_data()
+    {
+        struct Row {
+            const char *name;
+            QJsonValue stored;
+            bool tls;
+        };
+        static const Row rows[] = {
+            {.name = "absent", .stored = QJsonValue::Undefined, .tls = true},
+            {.name = "true", .stored = true, .tls = true},
+            {.name = "false", .stored = false, .tls = false},
+            {.name = "1", .stored = 1, .tls = true},
+            {.name = "0", .stored = 0, .tls = false},
+            {.name = "yes", .stored = u"YES"_s, .tls = true},
+            {.name = "no", .stored = u" No"_s, .tls = false},
+            {.name = "the text false", .stored = u"false"_s, .tls = false},
+            {.name = "the text 0", .stored = u"0"_s, .tls = false},
+            {.name = "off", .stored = u"Off"_s, .tls = false},
+            {.name = "on", .stored = u"on"_s, .tls = true},
+            {.name = "enabled", .stored = u"enabled"_s, .tls = true},
+            {.name = "an empty text", .stored = u""_s, .tls = true},
+            {.name = "a list", .stored = QJsonArray{false}, .tls = true},
+        };
+        QTest::addColumn<QJsonValue>("stored");
+        QTest::addColumn<bool>("tls");
+        for (const Row &row : rows)
+            QTest::newRow(row.name) << row.stored << row.tls;
+    }
+    void staysWithTlsUnlessToldNo()
+    {
+        QFETCH(QJsonValue, stored);
+        Desk desk(m_trust);
+        if (!stored.isUndefined())
+            desk.preferences.disk().values[u"useSSL"_s] = stored;
+        QTEST(desk.notifier.useSSL(), "tls");
     }
 
     void readsTheSettingsAfreshAtEachStage()
