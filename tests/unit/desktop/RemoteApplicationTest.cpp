@@ -46,14 +46,36 @@ private Q_SLOTS:
     void takesTheTokenAlong()
     {
         QDBusConnection first = m_bus->connection();
-        int activated = 0;
-        const RemoteApplication application(first, kName, [&activated] { ++activated; });
+        QByteArrayList tokens;
+        const RemoteApplication application(
+            first, kName, [&tokens] { tokens += qgetenv("XDG_ACTIVATION_TOKEN"); });
         QVERIFY(first.registerService(kName));
         qputenv("XDG_ACTIVATION_TOKEN", "token-7");
         RemoteApplication::activate(m_bus->connection(), kName, [] {});
         qunsetenv("XDG_ACTIVATION_TOKEN");
-        QTRY_COMPARE(activated, 1);
-        QCOMPARE(qgetenv("XDG_ACTIVATION_TOKEN"), "token-7");
+        QTRY_COMPARE(tokens, QByteArrayList{"token-7"});
+        QVERIFY(!qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
+    }
+
+    void dropsWhatIsNoToken_data()
+    {
+        QTest::addColumn<QVariant>("token");
+        QTest::newRow("a number") << QVariant(5);
+        QTest::newRow("empty") << QVariant(QString());
+        QTest::newRow("a blank in it") << QVariant(u"a b"_s);
+        QTest::newRow("a line feed in it") << QVariant(u"x\n=1"_s);
+        QTest::newRow("not ASCII") << QVariant(u"é"_s);
+        QTest::newRow("long") << QVariant(QString(300'000, u'T'));
+    }
+    void dropsWhatIsNoToken()
+    {
+        QFETCH(QVariant, token);
+        QDBusConnection first = m_bus->connection();
+        QByteArrayList tokens;
+        RemoteApplication application(first, kName,
+                                      [&tokens] { tokens += qgetenv("XDG_ACTIVATION_TOKEN"); });
+        application.Activate({{u"activation-token"_s, token}});
+        QTRY_COMPARE(tokens, QByteArrayList{""});
     }
 
     void answersEachMethodOfTheInterface_data()

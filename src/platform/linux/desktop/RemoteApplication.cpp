@@ -4,6 +4,7 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -17,6 +18,21 @@ namespace {
 constexpr std::chrono::milliseconds kPatience = 2s;
 constexpr auto kTokenVariable = "XDG_ACTIVATION_TOKEN";
 const QString kToken = u"activation-token"_s;
+
+constexpr qsizetype kMostTokenBytes = 4096;
+
+/// The token in a call's data; empty where there is none, or none that can be one: it goes into
+/// the environment.
+QByteArray tokenIn(const QVariantMap &platformData)
+{
+    const QVariant value = platformData.value(kToken);
+    if (value.typeId() != QMetaType::QString)
+        return {};
+    const QByteArray token = value.toString().toUtf8();
+    const bool printable =
+        std::ranges::all_of(token, [](char byte) { return byte > ' ' && byte <= '~'; });
+    return printable && token.size() <= kMostTokenBytes ? token : QByteArray();
+}
 
 QString objectPath(const QString &name)
 {
@@ -54,11 +70,14 @@ void RemoteApplication::activate(const QDBusConnection &bus, const QString &name
 
 void RemoteApplication::Activate(const QVariantMap &platformData)
 {
-    if (const QString token = platformData.value(kToken).toString(); !token.isEmpty())
-        qputenv(kTokenVariable, token.toUtf8());
     // Later: whoever asks waits for the answer to this call, and a window may take its time.
-    QMetaObject::invokeMethod(
-        this, [this] { m_onActivate(); }, Qt::QueuedConnection);
+    const auto comeForward = [this, token = tokenIn(platformData)] {
+        if (!token.isEmpty())
+            qputenv(kTokenVariable, token);
+        m_onActivate();
+        qunsetenv(kTokenVariable); // it is good for one window, and not for our children
+    };
+    QMetaObject::invokeMethod(this, comeForward, Qt::QueuedConnection);
 }
 
 void RemoteApplication::Open(const QStringList & /*uris*/, const QVariantMap &platformData)

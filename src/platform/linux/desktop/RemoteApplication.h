@@ -16,8 +16,8 @@ namespace quillfen::platform {
 /// What other processes may ask of the program on the session bus: org.freedesktop.Application.
 ///
 /// Whoever starts the program a second time asks the first to come forward, and so may a desktop.
-/// A token for that in the call's data ("activation-token") becomes XDG_ACTIVATION_TOKEN, which
-/// the window that is shown next takes to a Wayland compositor.
+/// A token for that in the call's data ("activation-token") is in XDG_ACTIVATION_TOKEN while the
+/// window is shown, which takes it to a Wayland compositor.
 /// @source Desktop Entry Specification 1.5, section "D-Bus Activation".
 class RemoteApplication : public QObject {
     Q_OBJECT
