@@ -11,7 +11,6 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QProcess>
-#include <QProcessEnvironment>
 #include <QSet>
 #include <QTest>
 
@@ -209,10 +208,6 @@ private:
     {
         QProcess child;
         child.setProcessChannelMode(QProcess::ForwardedChannels);
-        // What the thread holds when the end cuts it off is never freed, and no leak.
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"ASAN_OPTIONS"_s, u"detect_leaks=0"_s);
-        child.setProcessEnvironment(environment);
         child.start(QCoreApplication::applicationFilePath(),
                     {kEndWhileReading, path, QString::number(after.count())});
         return child.waitForFinished(20'000) && child.exitStatus() == QProcess::NormalExit
