@@ -154,6 +154,7 @@ private:
 
     /// Nothing while the external address is not watched. Shared only with a tick that waits.
     std::shared_ptr<platform::Timer> m_monitorExternalIPAddressTimer;
+    bool m_tickWaits = false; ///< A tick of it waits for its turn.
     std::unique_ptr<platform::DynamicStore> m_store;
     std::unique_ptr<platform::RunLoopSource> m_source;
     std::unique_ptr<platform::DynamicStore> m_titleStore; ///< These two for showTitleAhead() alone.

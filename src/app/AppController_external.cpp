@@ -2,6 +2,7 @@
 #include "app/AppController.h"
 
 #include <chrono>
+#include <utility>
 
 #include "app/Identifiers.h"
 #include "platform/Preferences.h"
@@ -33,11 +34,15 @@ Task<> AppController::monitorExternalIPAddress()
 
 void AppController::externalTimerFired()
 {
-    m_turns.take(pollForTimer(m_monitorExternalIPAddressTimer));
+    // One tick waits at most: the polls of a service that is slower than the interval are not
+    // made up for.
+    if (!std::exchange(m_tickWaits, true))
+        m_turns.take(pollForTimer(m_monitorExternalIPAddressTimer));
 }
 
 Task<> AppController::pollForTimer(std::weak_ptr<platform::Timer> timer)
 {
+    m_tickWaits = false;
     // A tick that had to wait its turn is void if its timer was stopped before.
     if (!timer.expired())
         co_await externalIPAddressChangedTimerAction();

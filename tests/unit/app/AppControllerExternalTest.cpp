@@ -168,6 +168,25 @@ private Q_SLOTS:
         QCOMPARE(remembered(world), u"203.0.113.7"_s);
     }
 
+    void makesUpForOneTickAtMostWhenAPollIsSlow()
+    {
+        world::World world;
+        watch(world);
+        QVERIFY(world.start());
+        world.takeLog();
+        world.service.keepsSilent();
+        world.clock.advance(360s);
+        QVERIFY(world.turns().busy());
+        world.clock.advance(3600s); // ten more ticks, of which one waits
+        world.service.refuses();
+        world.service.giveUp();
+        QVERIFY(world.rests());
+        QCOMPARE(world.takeLog().count(u"Checking external IP"_s), 2);
+        world.clock.advance(360s);
+        QVERIFY(world.rests());
+        QCOMPARE(world.takeLog().count(u"Checking external IP"_s), 1);
+    }
+
     void saysSoWhenNotEvenTheFailureCameBack()
     {
         world::World world;
