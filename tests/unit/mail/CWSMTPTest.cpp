@@ -284,6 +284,39 @@ private Q_SLOTS:
         }
     }
 
+    void losesAServerThatBreaksOffTheHandshake_data()
+    {
+        struct Row {
+            const char *name;
+            std::optional<QByteArray> sends;
+            Then then;
+        };
+        static const Row rows[] = {
+            {.name = "closes", .sends = std::nullopt, .then = Then::Closes},
+            {.name = "resets", .sends = std::nullopt, .then = Then::Resets},
+            {.name = "goes on in clear", .sends = "250 fine\r\n", .then = Then::Goes},
+            {.name = "alerts", .sends = QByteArray::fromHex("15030300020228"), .then = Then::Goes},
+        };
+        QTest::addColumn<QByteArray>("sends");
+        QTest::addColumn<Then>("then");
+        for (const Row &row : rows)
+            QTest::newRow(row.name) << row.sends.value_or(QByteArray()) << row.then;
+    }
+    void losesAServerThatBreaksOffTheHandshake()
+    {
+        QFETCH(QByteArray, sends);
+        QFETCH(Then, then);
+        const auto server = goodServer();
+        server->answers("handshake", sends);
+        server->then("handshake", then);
+        const auto someone = carefulOne();
+        someone->send(server->serverPort());
+        waitForTheEnd(*someone);
+        QCOMPARE(someone->told(), kGreeted + QStringList{u"lost"_s});
+        QCOMPARE(server->clearLines(), kClear);
+        QCOMPARE(server->encryptedLines(), QByteArrayList());
+    }
+
     void givesUpOnAServerThatDoesNotEncryptAtOnce()
     {
         ScriptedServer server;
@@ -427,7 +460,11 @@ private Q_SLOTS:
         waitForTheEnd(*someone);
         QCOMPARE(someone->told(), kSent + QStringList{u"terminated"_s});
         QTRY_VERIFY_WITH_TIMEOUT(server->sawItsEnd(), kDeadline);
-        QCOMPARE(SmtpPatience().farewell, 3s);
+        const SmtpPatience usual;
+        QCOMPARE(usual.farewell, std::chrono::milliseconds(3s));
+        QCOMPARE(usual.connect, std::chrono::milliseconds(60s));
+        QCOMPARE(usual.reply, std::chrono::milliseconds(60s));
+        QCOMPARE(usual.delivery, std::chrono::milliseconds(10min));
     }
 
     void understandsAServerThatSpeaksByteByByte()
