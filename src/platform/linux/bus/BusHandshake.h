@@ -15,7 +15,8 @@ namespace quillfen::platform {
 /// The bus library says them too, but it waits for the answers without any limit of time, and so
 /// does each of its callers. So a bus is asked this way first; whether it answers holds
 /// for the moment only. Never waits: see descriptor() for when to go on.
-/// @source D-Bus specification, "Authentication Protocol", "EXTERNAL", "Message Bus Messages".
+/// @source https://dbus.freedesktop.org/doc/dbus-specification.html, "Authentication Protocol",
+///         "EXTERNAL", "Message Bus Messages".
 class BusHandshake {
 public:
     enum class State {

@@ -19,7 +19,8 @@ struct LocalSocket {
 
 /// The sockets that the D-Bus addresses @p addresses name, in their order, as far as one can
 /// connect to them. Nothing when an address is of another kind (TCP, a program to start).
-/// @source D-Bus specification, "Server Addresses" and "Unix Domain Sockets"; unix(7).
+/// @source https://dbus.freedesktop.org/doc/dbus-specification.html, "Server Addresses" and
+///         "Unix Domain Sockets"; unix(7).
 std::optional<std::vector<LocalSocket>> localSockets(const QByteArray &addresses);
 
 } // namespace quillfen::platform
