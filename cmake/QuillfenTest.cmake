@@ -1,14 +1,35 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 
+# What moc makes of a target's sources, named one by one: there are many small programs, and for each
+# of them AUTOMOC would look for what to do.
+function(quillfen_moc target)
+  set(folder ${CMAKE_CURRENT_BINARY_DIR}/${target}_moc)
+  set_target_properties(${target} PROPERTIES AUTOMOC OFF)
+  target_include_directories(${target} PRIVATE ${folder})
+  foreach(source IN LISTS ARGN)
+    cmake_path(GET source STEM name)
+    if(source MATCHES "[.]h$")
+      set(made ${folder}/moc_${name}.cpp)
+    else()
+      set(made ${folder}/${name}.moc)
+    endif()
+    qt6_generate_moc(${CMAKE_CURRENT_SOURCE_DIR}/${source} ${made} TARGET ${target})
+    target_sources(${target} PRIVATE ${made})
+  endforeach()
+endfunction()
+
 # quillfen_test(NAME SOURCES … NEEDS … [LABELS …] [TIMEOUT seconds])
 #
-# One Qt Test program and one ctest entry of the same name. NEEDS are folders of src/.
+# One Qt Test program and one ctest entry of the same name. NEEDS are folders of src/. A source X.cpp
+# with a test class includes X.moc.
 function(quillfen_test name)
   cmake_parse_arguments(PARSE_ARGV 1 TEST "" "TIMEOUT" "SOURCES;NEEDS;LABELS;LINKS")
   add_executable(${name} ${TEST_SOURCES})
   list(TRANSFORM TEST_NEEDS PREPEND quillfen_)
   target_link_libraries(${name} PRIVATE ${TEST_NEEDS} ${TEST_LINKS} Qt6::Test)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_precompile_headers(${name} REUSE_FROM quillfen_test_precompiled)
+  quillfen_moc(${name} ${TEST_SOURCES})
   if(NOT TEST_TIMEOUT)
     set(TEST_TIMEOUT 120)
   endif()
@@ -26,6 +47,7 @@ function(quillfen_fuzz name)
   list(TRANSFORM FUZZ_NEEDS PREPEND quillfen_)
   target_link_libraries(${name} PRIVATE ${FUZZ_NEEDS})
   target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  add_dependencies(fuzzers ${name})
   set(corpus ${CMAKE_CURRENT_BINARY_DIR}/${name}.corpus)
   file(MAKE_DIRECTORY ${corpus})
   add_test(NAME ${name} COMMAND ${name} -max_total_time=10 -timeout=5 -rss_limit_mb=1024

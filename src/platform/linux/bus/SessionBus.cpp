@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto kAddressVariable = "DBUS_SESSION_BUS_ADDRESS";
-constexpr auto kPause = 10ms; // between two calls at a door with a queue
+constexpr auto kQueuePause = 10ms; // between two calls at a door with a queue
 
 /// Makes libdbus believe for good that there is no session bus: it reads the environment once, and
 /// here there is an address in it where nobody can be. Children get the environment as it was.
@@ -72,7 +72,7 @@ SessionBus::State SessionBus::ask(const QByteArray &addresses, std::chrono::mill
         case BusHandshake::State::Absent:
             return State::Absent;
         case BusHandshake::State::Queueing:
-            wait = std::min(wait, std::chrono::milliseconds(kPause));
+            wait = std::min(wait, std::chrono::milliseconds(kQueuePause));
             break;
         case BusHandshake::State::Waiting:
             break;

@@ -1,12 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/net/NetlinkMessage.h"
 
+#include <algorithm>
+
 #include <linux/netlink.h>
 
 namespace quillfen::platform {
 
 // Messages and attributes are padded alike, so one function steps over both.
 static_assert(NLMSG_ALIGNTO == NLA_ALIGNTO);
+
+QByteArray textAtFront(Bytes bytes)
+{
+    const auto end = std::find(bytes.begin(), bytes.end(), std::byte{0});
+    return {reinterpret_cast<const char *>(bytes.data()),
+            static_cast<qsizetype>(end - bytes.begin())};
+}
 
 Bytes afterAligned(Bytes bytes, std::size_t size)
 {

@@ -7,6 +7,8 @@
 #include <optional>
 #include <span>
 
+#include <QByteArray>
+
 namespace quillfen::platform {
 
 using Bytes = std::span<const std::byte>;
@@ -44,6 +46,9 @@ std::optional<T> valueAtFront(Bytes bytes)
     std::memcpy(&value, bytes.data(), sizeof(T));
     return value;
 }
+
+/// The text at the front of @p bytes: up to the first NUL, or all where there is none.
+QByteArray textAtFront(Bytes bytes);
 
 /// What follows the first @p size bytes and the padding after them; empty if nothing does.
 Bytes afterAligned(Bytes bytes, std::size_t size);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/net/Nl80211Decode.h"
 
-#include <algorithm>
 #include <cstddef>
 
 #include <linux/genetlink.h>
@@ -20,14 +19,6 @@ Bytes attributesOf(const NetlinkMessage &message, std::uint8_t command)
     const auto header = valueAtFront<genlmsghdr>(message.payload);
     return header && header->cmd == command ? afterAligned(message.payload, sizeof(genlmsghdr))
                                             : Bytes();
-}
-
-/// The text up to the first NUL, or to the end if there is none.
-QByteArray text(Bytes bytes)
-{
-    const auto end = std::find(bytes.begin(), bytes.end(), std::byte{0});
-    return {reinterpret_cast<const char *>(bytes.data()),
-            static_cast<qsizetype>(end - bytes.begin())};
 }
 
 /// Takes the next element off the front of @p rest: a number, a length, and that many bytes. The
@@ -93,7 +84,7 @@ std::optional<std::uint16_t> decodeWirelessFamily(const NetlinkMessage &message)
     Bytes rest = attributesOf(message, CTRL_CMD_NEWFAMILY);
     while (const auto attribute = takeAttribute(rest)) {
         if (attribute->type == CTRL_ATTR_FAMILY_NAME)
-            name = text(attribute->payload);
+            name = textAtFront(attribute->payload);
         else if (attribute->type == CTRL_ATTR_FAMILY_ID)
             number = valueAtFront<std::uint16_t>(attribute->payload);
     }
@@ -109,7 +100,7 @@ std::optional<Station> decodeStation(const NetlinkMessage &message)
         if (attribute->type == NL80211_ATTR_IFINDEX)
             station.index = valueAtFront<std::uint32_t>(attribute->payload).value_or(0);
         else if (attribute->type == NL80211_ATTR_IFNAME)
-            station.name = QString::fromUtf8(text(attribute->payload));
+            station.name = QString::fromUtf8(textAtFront(attribute->payload));
         else if (attribute->type == NL80211_ATTR_IFTYPE)
             type = valueAtFront<std::uint32_t>(attribute->payload);
     }

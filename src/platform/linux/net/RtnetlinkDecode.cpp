@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/net/RtnetlinkDecode.h"
 
-#include <algorithm>
-
 #include <linux/if_addr.h>
 #include <linux/if_link.h>
 #include <linux/rtnetlink.h>
@@ -13,19 +11,11 @@ namespace {
 
 using Address = std::array<std::uint8_t, 4>;
 
-/// The text up to the first NUL, or to the end if there is none.
-QString text(Bytes bytes)
-{
-    const auto end = std::find(bytes.begin(), bytes.end(), std::byte{0});
-    return QString::fromUtf8(reinterpret_cast<const char *>(bytes.data()),
-                             static_cast<qsizetype>(end - bytes.begin()));
-}
-
 QString kindOf(Bytes linkInfo)
 {
     while (const auto attribute = takeAttribute(linkInfo)) {
         if (attribute->type == IFLA_INFO_KIND)
-            return text(attribute->payload);
+            return QString::fromUtf8(textAtFront(attribute->payload));
     }
     return {};
 }
@@ -62,7 +52,7 @@ std::optional<Link> decodeLink(const NetlinkMessage &message)
     while (const auto attribute = takeAttribute(rest)) {
         switch (attribute->type) {
         case IFLA_IFNAME:
-            link.name = text(attribute->payload);
+            link.name = QString::fromUtf8(textAtFront(attribute->payload));
             break;
         case IFLA_MASTER:
             link.master = valueAtFront<int>(attribute->payload).value_or(0);
