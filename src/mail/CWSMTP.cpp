@@ -162,9 +162,9 @@ SmtpReply CWSMTP::fitToShow(const SmtpReply &reply) const
 {
     if (!m_login)
         return reply;
+    const SmtpReply shown = withoutSecrets(reply, passwordForms(*m_login));
     const bool loggingIn = m_stage == Stage::LoggingIn || m_stage == Stage::CancellingLogin;
-    return withoutSecrets(
-        reply, passwordForms(*m_login) + (loggingIn ? userNameForms(*m_login) : QByteArrayList()));
+    return loggingIn ? withoutNames(shown, userNameForms(*m_login)) : shown;
 }
 
 void CWSMTP::introduced(const SmtpReply &reply, bool well)

@@ -88,7 +88,7 @@ private:
 
     void onReached();
     void onSecured();
-    void onHeard(const SmtpReply &reply);
+    void onHeard(const SmtpReply &heard);
     void onFailed(SmtpConnection::Failure failure, const QString &why);
 
     void play(Stage stage, const SmtpScript &script);

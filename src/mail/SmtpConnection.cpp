@@ -28,6 +28,16 @@ QByteArray asciiHost(const QString &host)
     return address.isNull() ? asciiHostName(bare) : address.toString().toLatin1();
 }
 
+/// What a part that we asked says of its own failure.
+QString spelled(const std::exception_ptr &failure)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const std::exception &error) {
+        return QString::fromUtf8(error.what());
+    }
+}
+
 } // namespace
 
 SmtpConnection::SmtpConnection(const QString &host, std::uint16_t port, Opening opening,
@@ -37,7 +47,9 @@ SmtpConnection::SmtpConnection(const QString &host, std::uint16_t port, Opening 
       m_opening(opening),
       m_names(names),
       m_tls(tls),
-      m_turns([](const std::exception_ptr &failure) { std::rethrow_exception(failure); })
+      m_turns([this](const std::exception_ptr &failure) {
+          fail(Failure::Lost, u"cannot be reached: "_s + spelled(failure));
+      })
 {
     m_deadline.setSingleShot(true);
     m_attempt.setSingleShot(true);
@@ -106,6 +118,7 @@ void SmtpConnection::attemptFailed(const QString &why)
 void SmtpConnection::onConnected(qintptr descriptor)
 {
     m_attempt.stop();
+    // It refuses what is no open descriptor, and then there is none to close.
     if (!m_socket.setSocketDescriptor(descriptor)) {
         attemptFailed(u"cannot be reached: "_s + m_socket.errorString());
         return;
@@ -152,7 +165,14 @@ void SmtpConnection::onEncrypted()
         return;
     }
     m_state = State::Encrypted;
-    Q_EMIT secured();
+    // Later, as Qt has not read yet what came right behind the handshake. Nobody may speak there
+    // whom we asked nothing: with some servers, commands that a third party slipped in ahead of TLS
+    // are answered now, and each answer would be taken for that to a command of ours.
+    const auto go = [this] {
+        if (m_state == State::Encrypted)
+            Q_EMIT secured();
+    };
+    QMetaObject::invokeMethod(this, go, Qt::QueuedConnection);
 }
 
 void SmtpConnection::onError()

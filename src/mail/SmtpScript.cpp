@@ -5,6 +5,7 @@
 #include "mail/CWMessage.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace quillfen::mail {
 
@@ -26,6 +27,39 @@ SmtpScript plainScript(const SmtpLogin &login)
         return {{.say = "AUTH PLAIN\r\n", .hear = {334}}, answer};
     // Some servers overlook what comes with the command, and ask.
     return {{.say = atOnce, .hear = {334}, .enough = 235}, answer};
+}
+
+/// @p reply with other texts.
+SmtpReply withTexts(const SmtpReply &reply, const QByteArrayList &texts)
+{
+    SmtpReply other{.code = reply.code, .texts = texts, .bytes = {}};
+    const QByteArray code = QByteArray::number(reply.code);
+    for (qsizetype i = 0; i < texts.size(); ++i) {
+        const bool last = i + 1 == texts.size();
+        other.bytes += code + (last ? ' ' : '-') + texts.at(i) + (last ? "" : "\r\n");
+    }
+    return other;
+}
+
+/// Whether @p octet may be a part of a word.
+bool isOfWord(char octet)
+{
+    const char small = static_cast<char>(octet | 0x20);
+    return (octet & 0x80) != 0 || (octet >= '0' && octet <= '9') || (small >= 'a' && small <= 'z');
+}
+
+QByteArray withoutName(QByteArray text, const QByteArray &name)
+{
+    if (name.isEmpty())
+        return text;
+    for (qsizetype at = text.indexOf(name); at >= 0; at = text.indexOf(name, at + 1)) {
+        const qsizetype end = at + name.size();
+        const bool begins = at == 0 || !isOfWord(text[at - 1]) || !isOfWord(name.front());
+        const bool ends = end == text.size() || !isOfWord(text[end]) || !isOfWord(name.back());
+        if (begins && ends)
+            text.replace(at, name.size(), "*");
+    }
+    return text;
 }
 
 } // namespace
@@ -90,24 +124,23 @@ QByteArrayList userNameForms(const SmtpLogin &login)
     return {login.userName.toBase64(), login.userName};
 }
 
-SmtpReply withoutSecrets(SmtpReply reply, QByteArrayList secrets)
+SmtpReply withoutSecrets(SmtpReply reply, const QByteArrayList &secrets)
 {
-    // The longest first: one may be a part of another.
-    std::sort(secrets.begin(), secrets.end(),
-              [](const QByteArray &a, const QByteArray &b) { return a.size() > b.size(); });
-    for (const QByteArray &secret : secrets) {
-        if (secret.isEmpty())
-            continue;
-        for (QByteArray &text : reply.texts)
-            text.replace(secret, "*");
+    const QByteArray all = reply.texts.join('\n').toLower();
+    const bool tells = std::any_of(secrets.begin(), secrets.end(), [&](const QByteArray &secret) {
+        return !secret.isEmpty() && all.contains(secret.toLower());
+    });
+    return tells ? withTexts(reply, {"(not shown)"}) : std::move(reply);
+}
+
+SmtpReply withoutNames(SmtpReply reply, const QByteArrayList &names)
+{
+    QByteArrayList texts = reply.texts;
+    for (const QByteArray &name : names) {
+        for (QByteArray &text : texts)
+            text = withoutName(text, name);
     }
-    const QByteArray code = QByteArray::number(reply.code);
-    reply.bytes.clear();
-    for (qsizetype i = 0; i < reply.texts.size(); ++i) {
-        const bool last = i + 1 == reply.texts.size();
-        reply.bytes += code + (last ? ' ' : '-') + reply.texts.at(i) + (last ? "" : "\r\n");
-    }
-    return reply;
+    return texts == reply.texts ? std::move(reply) : withTexts(reply, texts);
 }
 
 QByteArray ownSmtpName(const QString &hostName, const QHostAddress &own)

@@ -48,12 +48,15 @@ struct SmtpLogin {
 /// @source RFC 4954 section 4, RFC 4616 (PLAIN). LOGIN is not standardised: two prompts, whose
 ///         texts say nothing, and two answers.
 std::optional<SmtpScript> loginScript(QByteArrayView mechanism, const SmtpLogin &login);
-/// The texts by which a server might repeat the password of @p login to us.
+/// The texts in which a server might repeat the password of @p login to us.
 QByteArrayList passwordForms(const SmtpLogin &login);
 /// The same for the user's name.
 QByteArrayList userNameForms(const SmtpLogin &login);
-/// @p reply with all @p secrets blotted out.
-SmtpReply withoutSecrets(SmtpReply reply, QByteArrayList secrets);
+/// @p reply without its texts where one of @p secrets is in them, in whatever letter case. Had it
+/// only lost the secrets, the gaps would tell the letters of a short one.
+SmtpReply withoutSecrets(SmtpReply reply, const QByteArrayList &secrets);
+/// @p reply with each of @p names blotted out that stands for itself, not amid a word.
+SmtpReply withoutNames(SmtpReply reply, const QByteArrayList &names);
 
 /// How this machine calls itself to a server: by @p hostName where that is a full host name, else
 /// by the address @p own of its end of the connection.

@@ -9,6 +9,7 @@
 #include <QStringList>
 
 #include <map>
+#include <stdexcept>
 
 namespace quillfen::world {
 
@@ -18,9 +19,13 @@ public:
     void knows(const QString &name, const QStringList &addresses) { m_known[name] = addresses; }
     /// From now on whoever asks waits for ever.
     void keepSilent() { m_silent = true; }
+    /// From now on each question ends in an exception.
+    void breakDown() { m_broken = true; }
 
     platform::Task<platform::NameAnswer> addresses(QString name) override
     {
+        if (m_broken)
+            throw std::runtime_error("no memory for names");
         if (m_silent) {
             platform::Later<platform::NameAnswer> never;
             co_return co_await never;
@@ -38,6 +43,7 @@ public:
 private:
     std::map<QString, QStringList> m_known;
     bool m_silent = false;
+    bool m_broken = false;
 };
 
 } // namespace quillfen::world

@@ -9,6 +9,7 @@
 #include "unit/mail/Correspondent.h"
 #include "unit/mail/DeafServer.h"
 #include "unit/mail/ScriptedServer.h"
+#include "unit/net/PrivateNetwork.h"
 #include "world/FakeTlsTrust.h"
 
 #include <QByteArray>
@@ -676,7 +677,41 @@ private Q_SLOTS:
              .told = kSecured + noLogin,
              .clear = kClear,
              .encrypted = kEncrypted.first(2) + quit,
-             .said = u"The mail server mail.test refused the login: 535 * has no * (*)."_s},
+             .said = u"The mail server mail.test refused the login: 535 (not shown)."_s},
+            {.name = "a wrong name that the server repeats",
+             .arrange =
+                 [](Server &server, Correspondent &) {
+                     server.answers("AUTH", "535 no user <user> (dXNlcg==), superuser\r\n");
+                 },
+             .told = kSecured + noLogin,
+             .clear = kClear,
+             .encrypted = kEncrypted.first(2) + quit,
+             .said =
+                 u"The mail server mail.test refused the login: 535 no * <*> (*), superuser."_s},
+            {.name = "a short password, of letters that are in every text",
+             .arrange =
+                 [](Server &server, Correspondent &someone) {
+                     server.answers("AUTH", "535 5.7.8 no such luck today\r\n");
+                     someone.password = u"k"_s;
+                 },
+             .told = kSecured + noLogin,
+             .clear = kClear,
+             .encrypted = {kEhlo, "AUTH PLAIN AHVzZXIAaw==", "QUIT"},
+             .said = u"The mail server mail.test refused the login: 535 (not shown)."_s},
+            {.name = "a word over TLS that nobody asked for",
+             .arrange =
+                 [](Server &server, Correspondent &) {
+                     // TLS 1.3 would have the server's word wait for our first one.
+                     server.speaksTls12();
+                     server.answers("secured", "250-evil\r\n250 AUTH PLAIN\r\n");
+                 },
+             .told = kGreeted + lost,
+             .clear = kClear,
+             .said = u"The mail server mail.test spoke out of turn."_s},
+            {.name = "a name service that breaks down",
+             .arrange = [](Server &, Correspondent &someone) { someone.names.breakDown(); },
+             .told = lost,
+             .said = u"The mail server mail.test cannot be reached: no memory for names."_s},
             {.name = "a login that cannot be checked now",
              .arrange = [](Server &server,
                            Correspondent &) { server.answers("AUTH", "454 4.7.0 later\r\n"); },
@@ -897,8 +932,7 @@ private Q_SLOTS:
         QFETCH(QString, host);
         const auto server = goodServer();
         server->close();
-        if (!server->listen(QHostAddress::LocalHostIPv6))
-            QSKIP("this machine has no IPv6");
+        QVERIFY2(server->listen(QHostAddress::LocalHostIPv6), qPrintable(server->errorString()));
         server->hasCertificate(m_authority.server({.alternativeNames = u"IP:::1"_s}));
         const auto someone = carefulOne();
         someone->room().hostName = u"desk"_s;
@@ -1019,6 +1053,13 @@ private Q_SLOTS:
 
 } // namespace quillfen::mail
 
-using quillfen::mail::CWSMTPTest;
-QTEST_GUILESS_MAIN(CWSMTPTest)
+/// In a network of its own, which has IPv6 whether or not this machine has.
+int main(int argc, char **argv)
+{
+    quillfen::test::PrivateNetwork::allow();
+    QCoreApplication app(argc, argv);
+    const quillfen::test::PrivateNetwork network;
+    quillfen::mail::CWSMTPTest test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "CWSMTPTest.moc"

@@ -23,8 +23,9 @@ namespace quillfen::mail {
 /// A mail server on loopback that takes every mail, except where it was told to misbehave.
 ///
 /// The stages, at each of which it can be told something, are what it hears: "connect" (before the
-/// greeting), "EHLO", "HELO", "STARTTLS", "handshake", "AUTH", "answer" (a line of a login), "MAIL",
-/// "RCPT", "DATA", "." (the end of a mail) and "QUIT"; "EHLO/2" is the second one of a connection.
+/// greeting), "EHLO", "HELO", "STARTTLS", "handshake", "secured" (right behind the handshake),
+/// "AUTH", "answer" (a line of a login), "MAIL", "RCPT", "DATA", "." (the end of a mail) and "QUIT";
+/// "EHLO/2" is the second one of a connection.
 class ScriptedServer : public QTcpServer {
 public:
     /// What it does at a stage in place of the usual.
@@ -47,6 +48,8 @@ public:
     void takesItsTime(std::chrono::milliseconds delay) { m_delay = delay; }
     /// How it encrypts; without one it cannot.
     void hasCertificate(const QSslConfiguration &tls) { m_tls = tls; }
+    /// Knows nothing newer than TLS 1.2, where the server has the last word of the handshake.
+    void speaksTls12() { m_tls->setProtocol(QSsl::TlsV1_2); }
     /// Encrypts from the first byte on.
     void encryptsAtOnce() { m_implicit = true; }
     /// What it says it can do: in clear, and over TLS.
@@ -123,6 +126,9 @@ private:
     {
         if (m_server.m_implicit)
             turn("connect", "220 mail.test ESMTP\r\n");
+        else
+            turn("secured", {});
+        m_socket.flush();
     }
     void left()
     {
