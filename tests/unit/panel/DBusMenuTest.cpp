@@ -35,7 +35,11 @@ public:
         else
             pending.push_back(std::move(done));
     }
-    void sendAction(const MenuItem &item) override { chosen.append(item.title); }
+    void sendAction(const MenuItem &item) override
+    {
+        chosen.append(item.title);
+        tokens.append(qEnvironmentVariable("XDG_ACTIVATION_TOKEN"));
+    }
 
     int openings = 0;
     std::shared_ptr<Menu> lastOpened;
@@ -43,6 +47,7 @@ public:
     std::function<void(Menu &)> onOpening;
     std::vector<std::function<void()>> pending;
     QStringList chosen;
+    QStringList tokens; ///< For each that was chosen: the token in the environment.
 };
 
 std::vector<MenuItem> someRows()
@@ -345,6 +350,22 @@ private Q_SLOTS:
         event(0, u"closed"_s);
         event(rows[4], u"clicked"_s); // Plasma's order
         QTRY_COMPARE(m_delegate->chosen, (QStringList{u"192.0.2.7"_s, u"Quit"_s}));
+    }
+
+    void aPanelsActivationTokenIsGoodForOneRow()
+    {
+        const QList<int> rows = layout().ids;
+        m_host->call({}, PanelHost::itemInterface(), u"ProvideXdgActivationToken"_s, {u"leave"_s});
+        for (int click = 0; click < 2; ++click)
+            event(rows[3], u"clicked"_s);
+        QTRY_COMPARE(m_delegate->tokens, (QStringList{u"leave"_s, QString()}));
+        for (const QString &token :
+             {u"two words"_s, u"a\nline"_s, QString(u"\u00e4"_s), QString(5000, u'x')}) {
+            m_host->call({}, PanelHost::itemInterface(), u"ProvideXdgActivationToken"_s, {token});
+            event(rows[3], u"clicked"_s);
+        }
+        QTRY_COMPARE(m_delegate->chosen.size(), 6);
+        QCOMPARE(m_delegate->tokens.mid(2), QStringList(4));
     }
 
     void aGroupOfEventsTellsTheUnknownIds()

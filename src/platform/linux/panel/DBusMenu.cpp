@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/panel/DBusMenu.h"
 
+#include "platform/linux/bus/ActivationToken.h"
 #include "platform/linux/panel/InterfaceXml.h"
 
 #include <QDBusError>
@@ -185,7 +186,9 @@ void DBusMenu::choose(int id)
     if (!index || !m_shown || m_shown->items().empty())
         return;
     // Later: the host waits for the answer to this call, and the command may take its time.
-    const auto act = [menu = m_shown, item = m_shown->items()[*index]] {
+    const auto act = [menu = m_shown, item = m_shown->items()[*index],
+                      token = std::exchange(m_activationToken, {})] {
+        const ActivationToken inForce(token);
         if (!item.separator && menu->delegate().validateMenuItem(item))
             menu->delegate().sendAction(item);
     };

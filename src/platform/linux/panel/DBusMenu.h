@@ -28,6 +28,8 @@ public:
     void install(std::shared_ptr<Menu> menu);
     /// Forgets what is known of the panel's habits: another one takes over.
     void panelChanged();
+    /// What is chosen next may bring a window to the front, by @p token.
+    void useActivationToken(const QString &token) { m_activationToken = token; }
 
 private:
     QVariantMap properties() const override;
@@ -58,6 +60,7 @@ private:
     std::map<int, MenuRow> m_changed; ///< By id: rows as the hosts know them.
     bool m_flushQueued = false;
     bool m_panelAnnounces = false;
+    QString m_activationToken; ///< Not used yet; empty for none.
     MenuOpening m_opening;
 };
 

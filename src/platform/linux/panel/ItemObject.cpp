@@ -43,7 +43,10 @@ ItemObject::ItemObject(const QDBusConnection &connection, const QString &path,
                 {u"SecondaryActivate"_s, u"ii"_s, accept},
                 {u"XAyatanaSecondaryActivate"_s, u"u"_s, accept},
                 {u"Scroll"_s, u"is"_s, accept},
-                {u"ProvideXdgActivationToken"_s, u"s"_s, accept}});
+                {u"ProvideXdgActivationToken"_s, u"s"_s, [this](const QDBusMessage &message) {
+                     Q_EMIT activationTokenProvided(message.arguments().value(0).toString());
+                     reply(message);
+                 }}});
 }
 
 void ItemObject::show(PanelFace face)

@@ -35,6 +35,10 @@ public:
     void show(PanelFace face);
     bool hasLabel() const { return !m_face.label.isEmpty(); }
 
+Q_SIGNALS:
+    /// A panel gives leave to bring a window to the front, for what its user is about to choose.
+    void activationTokenProvided(const QString &token);
+
 private:
     QVariantMap properties() const override;
 

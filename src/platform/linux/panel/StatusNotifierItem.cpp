@@ -42,6 +42,8 @@ struct StatusNotifierItem::Presence {
         }
         QObject::connect(&registration, &WatcherRegistration::panelChanged, &menu,
                          &DBusMenu::panelChanged);
+        QObject::connect(&item, &ItemObject::activationTokenProvided, &menu,
+                         &DBusMenu::useActivationToken);
     }
 
     OwnConnection bus;
