@@ -5,10 +5,11 @@
 # scripts beside it.
 
 # To build the program and run it. To run, it wants: what draws its icon, an SVG, in GTK's panels
-# and in its own windows; what copies under Wayland; and what opens web pages and files.
+# and in its own windows; what shows windows and copies under Wayland; and what opens web pages and
+# files.
 build_packages="
   cmake ninja-build g++ pkg-config qt6-base-dev libmnl-dev
-  librsvg2-common libqt6svg6 wl-clipboard xdg-utils"
+  librsvg2-common libqt6svg6 qt6-wayland wl-clipboard xdg-utils"
 
 # To test it: compilers and checkers, then the desktops and tools of the system tests, and what
 # their sound and mail servers need.
@@ -18,7 +19,8 @@ test_packages="
   xvfb openbox x11-utils x11-xserver-utils xdotool xclip imagemagick tesseract-ocr tesseract-ocr-eng
   mate-panel mate-indicator-applet ayatana-indicator-application xfce4-panel xfce4-session xfconf
   trayer
-  sway adwaita-icon-theme fonts-dejavu-core librsvg2-bin
+  sway foot wtype at-spi2-core
+  adwaita-icon-theme fonts-dejavu-core librsvg2-bin
   pulseaudio-utils pipewire-bin
   libltdl7 liborc-0.4-0 libsoxr0 libspeexdsp1 libtdb1 libwireplumber-0.4-0 libwrap0
   openssl uidmap libdb5.3 libgnutls-dane0 libicu72 libidn12 libnsl2 libpcre2-8-0 libsasl2-2

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/AppController.h"
 
+#include "mail/Notifiers.h"
 #include "mail/SSMTP.h"
 #include "platform/Breath.h"
 #include "platform/Preferences.h"
@@ -11,13 +12,6 @@
 using namespace Qt::StringLiterals;
 
 namespace quillfen::app {
-
-namespace {
-
-/// So many mails are put on their way in one go.
-constexpr int kMailsAtATime = 10;
-
-} // namespace
 
 platform::Task<> AppController::sendAlerts(QString current, std::optional<QString> previous,
                                            QString usingMessage)
@@ -37,7 +31,7 @@ platform::Task<> AppController::sendAlerts(QString current, std::optional<QStrin
     const QStringList recipients = stored->toString().split(u',');
     for (int number = 1; const QString &recipient : recipients) {
         m_notifiers.create().sendMessage(current, previous, recipient, usingMessage);
-        if (number++ % kMailsAtATime == 0)
+        if (number++ % mail::kMailsAtATime == 0)
             co_await platform::breathe();
     }
 }

@@ -26,6 +26,9 @@ class CWSMTP;
 class SSMTP;
 struct MailRoom;
 
+/// So many mails are put on their way in one go; then the event loop comes in between.
+inline constexpr int kMailsAtATime = 10;
+
 /// Where the program's notifiers come from, and where they live.
 ///
 /// A notifier is made for one mail and never given back: it stays here as long as this does. So

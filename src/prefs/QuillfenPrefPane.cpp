@@ -8,6 +8,7 @@
 
 #include "mail/Notifiers.h"
 #include "mail/SSMTP.h"
+#include "platform/Breath.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/Sound.h"
 #include "platform/SystemConsole.h"
@@ -45,7 +46,10 @@ QuillfenPrefPane::QuillfenPrefPane(platform::Preferences &preferences,
       m_console(console),
       m_notifiers(notifiers),
       m_sounds(sounds),
-      m_known(std::move(known))
+      m_known(std::move(known)),
+      m_testMails([this](const std::exception_ptr &) {
+          m_console.write(u"The test mails broke off before the last recipient."_s);
+      })
 {
     // Every window's closing saves the controls, so the first one needs them, if nobody did before.
     m_windowNotifications.addObserver(Name::WillClose, nullptr, [this] { window(); });
@@ -106,16 +110,23 @@ void QuillfenPrefPane::windowWillClose()
 void QuillfenPrefPane::testEmail()
 {
     savePreferences();
-    bool handedOver = false;
     // As they stand: a single blank between two commas is a recipient.
     const QStringList recipients = support::readString(m_preferences, support::kEmail).split(u',');
+    m_testMails.take(sendTestMails(recipients));
+}
+
+platform::Task<> QuillfenPrefPane::sendTestMails(QStringList recipients)
+{
+    int handedOver = 0;
     for (const QString &recipient : recipients) {
         if (recipient.isEmpty())
             continue;
+        if (handedOver > 0 && handedOver % mail::kMailsAtATime == 0)
+            co_await platform::breathe();
         m_notifiers.create().sendMessage(kTestMessage, kTestOldAddress, recipient, kTestFormat);
-        handedOver = true;
+        ++handedOver;
     }
-    playIfLoaded(handedOver ? completionSound() : incompletionSound());
+    playIfLoaded(handedOver > 0 ? completionSound() : incompletionSound());
 }
 
 } // namespace quillfen::prefs

@@ -8,11 +8,14 @@
 #include <QString>
 #include <QStringList>
 
+#include "platform/Task.h"
+#include "platform/Turns.h"
 #include "prefs/WindowNotifications.h"
 #include "support/Settings.h"
 
 class QCheckBox;
 class QDialog;
+class QLineEdit;
 class QWidget;
 
 namespace Ui {
@@ -89,7 +92,8 @@ public:
     void displayChangedIconWhenAddressChangeDetected();
 
     /// Stores all controls and mails a fixed text to each recipient. The sound tells whether any
-    /// mail was handed to a notifier; what became of it is in the log only.
+    /// mail was handed to a notifier; what became of it is in the log only. With many recipients
+    /// the event loop comes in between, and the sound after the last of them.
     void testEmail();
 
 private:
@@ -103,12 +107,14 @@ private:
     /// window goes on with what it has.
     void attempt(Work work);
 
+    void showText(QLineEdit &field, const support::Setting<support::Text> &setting);
     void showInterval();
     void showAuthentication();
     void showAddresses();
     void showHints();
     void storeSwitch(const QCheckBox &button, const support::Setting<bool> &setting);
     void storeClick(const QCheckBox &button, const support::Setting<bool> &setting);
+    platform::Task<> sendTestMails(QStringList recipients);
 
     platform::Preferences &m_preferences;
     platform::DistributedNotificationCenter &m_notifications;
@@ -121,6 +127,7 @@ private:
     std::unique_ptr<Ui::QuillfenPrefPane> m_controls;
     std::unique_ptr<QDialog> m_window; ///< Null until it is needed.
     WindowNotifications m_windowNotifications; ///< Ends before the window does.
+    platform::Turns m_testMails; ///< One turn for each press of the button, at once.
 };
 
 } // namespace quillfen::prefs

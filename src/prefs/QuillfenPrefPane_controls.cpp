@@ -4,8 +4,10 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <initializer_list>
 #include <limits>
 #include <stdexcept>
+#include <utility>
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -16,6 +18,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QSignalBlocker>
 
 #include "platform/Preferences.h"
 #include "prefs/FieldHints.h"
@@ -82,19 +85,6 @@ constexpr std::array kClicks{
           &Pane::displayChangedIconWhenAddressChangeDetected},
 };
 
-/// A field whose text is its setting's.
-struct Field {
-    QLineEdit *Controls::*field;
-    support::Setting<support::Text> setting;
-};
-
-constexpr std::array kFields{
-    Field{&Controls::m_mailServer, support::kMailServer},
-    Field{&Controls::m_username, support::kUsername},
-    Field{&Controls::m_password, support::kUserPassword},
-    Field{&Controls::m_emailAddress, support::kEmail},
-};
-
 constexpr auto kShownPort = "587"_L1; // while none is stored
 constexpr qreal kHintSize = 0.9; // of the usual size of letters
 
@@ -105,11 +95,39 @@ void show(QLineEdit &field, const QString &text)
         field.setText(text);
 }
 
-/// Shows a hint beside its field, and has a screen reader say it with the field.
+/// What is shown is not the user's doing.
+void show(QCheckBox &button, bool ticked)
+{
+    const QSignalBlocker quiet(button);
+    button.setChecked(ticked);
+}
+
+/// Has a screen reader say @p hint with @p control, behind the tip that it says anyway.
+void describe(QWidget &control, const QString &hint)
+{
+    control.setAccessibleDescription(control.toolTip() + u' ' + hint);
+}
+
+/// The hints that always say the same.
+void describeByHints(const Controls &controls)
+{
+    const std::initializer_list<std::pair<QWidget *, const QLabel *>> hints{
+        {controls.m_titleIconOnlyButton, controls.titleHint},
+        {controls.m_emailChangesToExternalIPAddressButton, controls.serviceHint},
+        {controls.m_emailAddress, controls.recipientsHint},
+        {controls.m_mailServer, controls.serverHint},
+        {controls.m_password, controls.passwordHint},
+        {controls.m_testButton, controls.testHint},
+    };
+    for (const auto &[control, hint] : hints)
+        describe(*control, hint->text());
+}
+
+/// Shows a hint beside its field.
 void show(QLabel &hint, QLineEdit &field, const QString &text)
 {
     hint.setText(text);
-    field.setAccessibleDescription(text);
+    describe(field, text);
 }
 
 /// Hints are smaller than what they belong to, so that the eye finds that first.
@@ -153,6 +171,7 @@ void QuillfenPrefPane::loadInterface()
     m_controls = std::make_unique<Controls>();
     m_controls->setupUi(m_window.get());
     makeHintsSmall(*m_window);
+    describeByHints(*m_controls);
     connectControls();
     observe(WindowNotifications::Name::DidBecomeKey, m_window.get(), &Pane::windowDidBecomeKey);
     observe(WindowNotifications::Name::DidResignKey, m_window.get(), &Pane::windowDidResignKey);
@@ -161,7 +180,8 @@ void QuillfenPrefPane::loadInterface()
 void QuillfenPrefPane::connectControls()
 {
     for (const Click &click : kClicks) {
-        QObject::connect((*m_controls).*click.button, &QCheckBox::clicked, m_window.get(),
+        // Not clicked(): a screen reader that ticks a box toggles it without a click.
+        QObject::connect((*m_controls).*click.button, &QCheckBox::toggled, m_window.get(),
                          [this, action = click.action] { (this->*action)(); });
     }
     QObject::connect(m_controls->m_testButton, &QPushButton::clicked, m_window.get(),
@@ -177,15 +197,22 @@ void QuillfenPrefPane::initControls()
     m_controls->m_versionInfoField->setText(
         support::formatText(u"%@ %@", support::bundleName(), support::bundleShortVersionString()));
     for (const Switch &one : kShownSwitches)
-        ((*m_controls).*one.button)->setChecked(support::readBoolean(m_preferences, one.setting));
+        show(*((*m_controls).*one.button), support::readBoolean(m_preferences, one.setting));
     showInterval();
-    for (const Field &one : kFields)
-        show(*((*m_controls).*one.field), support::readString(m_preferences, one.setting));
+    showText(*m_controls->m_mailServer, support::kMailServer);
     show(*m_controls->m_port,
          support::readString(m_preferences, support::kPort).value_or(kShownPort));
     showAuthentication();
+    showText(*m_controls->m_username, support::kUsername);
+    showText(*m_controls->m_password, support::kUserPassword);
+    showText(*m_controls->m_emailAddress, support::kEmail);
     showHints();
     showAddresses();
+}
+
+void QuillfenPrefPane::showText(QLineEdit &field, const support::Setting<support::Text> &setting)
+{
+    show(field, support::readString(m_preferences, setting));
 }
 
 void QuillfenPrefPane::showInterval()
@@ -230,11 +257,13 @@ void QuillfenPrefPane::showHints()
 
 void QuillfenPrefPane::savePreferences()
 {
-    for (const Field &one : kFields)
-        m_preferences.setValue(one.setting.key, ((*m_controls).*one.field)->text());
+    m_preferences.setValue(support::kMailServer.key, m_controls->m_mailServer->text());
     m_preferences.setValue(support::kPort.key, m_controls->m_port->text());
     m_preferences.setValue(support::kAuthentication.key,
                            m_controls->m_authentication->currentIndex());
+    m_preferences.setValue(support::kUsername.key, m_controls->m_username->text());
+    m_preferences.setValue(support::kUserPassword.key, m_controls->m_password->text());
+    m_preferences.setValue(support::kEmail.key, m_controls->m_emailAddress->text());
     for (const Switch &one : kStoredSwitches)
         storeSwitch(*((*m_controls).*one.button), one.setting);
     m_preferences.setValue(support::kMinutesInterval.key,

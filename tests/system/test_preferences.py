@@ -9,11 +9,14 @@ from harness.mail_exim import Exim
 from harness.mail_server import PASSWORD, STARTTLS, USER
 from harness.menu_on_screen import MenuOnScreen
 from harness.screen import difference
+from harness.sound import seconds, strength
+from harness.sound_servers import PulseAudio
 from harness.waiting import until
 
 ADDRESS = "192.168.77.45"
 STARTED = f"The current (first) internal IP address is:{ADDRESS}"
 TITLE = "Quillfen Preferences"
+LOW, HIGH = 587.33, 880.00  # Hz, the two tones of the sounds
 
 
 @pytest.fixture(autouse=True)
@@ -86,6 +89,57 @@ def test_a_second_start_finds_it_minimized(bus, display, status_area, start):
     assert start(bus, display).exit_code() == 0
     wait_for_window(display)
     assert display.windows(TITLE) == [window]
+
+
+def test_a_second_start_brings_it_in_front_of_others(bus, display, status_area, start):
+    start(bus, display)
+    status_area.wait_for_title(ADDRESS)
+    status_area.choose("Preferences...")
+    wait_for_window(display)
+    other = display.start("other", "xev", "-name", "Another Window")
+    until(lambda: display.windows("Another Window"), "another window")
+    display.run("xdotool", "windowactivate", *display.windows("Another Window"))
+    until(lambda: display.has_keyboard("Another Window"), "another window with the keyboard")
+    assert start(bus, display).exit_code() == 0
+    wait_for_window(display)
+    other.kill()
+
+
+def test_without_any_address_it_can_be_used(home, network, bus, display, status_area, start):
+    network.ip("link set lanx down")
+    program = start(bus, display)
+    status_area.wait_for_title("-.-.-.-")
+    status_area.choose("Preferences...")
+    wait_for_window(display)
+    home.set({"LastIPAddress": 7})  # no text, so that the list's first address is to be shown
+    for included in (True, False):
+        display.press("alt+n")
+        until(lambda: home.settings().get("IncludeMachineName") == included, "the box's setting")
+    close_window(display)
+    until(lambda: "there is no local address" in program.console(), "a line on the console")
+    status_area.choose("Preferences...")
+    wait_for_window(display)
+    close_window(display)
+    assert program.stop() == 0
+
+
+@pytest.mark.parametrize("recipients, tones", [("a@example.org", (LOW, HIGH)), ("", (HIGH, LOW))],
+                         ids=["sent", "not sent"])
+def test_a_test_mails_sound_is_heard(home, session, bus, display, status_area, start, recipients,
+                                     tones):
+    server = PulseAudio(session, bus)
+    ear = server.ear()
+    home.set({"Email": recipients})
+    start(bus, display, {"PULSE_SERVER": f"unix:{session.runtime}/pulse/native"})
+    status_area.wait_for_title(ADDRESS)
+    status_area.choose("Preferences...")
+    wait_for_window(display)
+    display.press("alt+m", "alt+t")
+    heard = ear.sound()
+    first, second = seconds(heard, 0.02, 0.14), seconds(heard, 0.22, 0.34)
+    assert strength(first, tones[0]) > strength(first, tones[1])
+    assert strength(second, tones[1]) > strength(second, tones[0])
+    server.close()
 
 
 def test_a_test_mail_reaches_the_mailbox(home, network, bus, display, status_area, tmp_path,

@@ -48,6 +48,10 @@ class StatusArea:
                                    GLib.Variant("(s)", (WATCHER,)), None,
                                    Gio.DBusCallFlags.NONE, 5000, None)
 
+    def hang_up(self):
+        """The watcher's process is gone, from one moment to the next."""
+        self._connection.close_sync(None)
+
     def items(self):
         """The (connection's name, object path) of every registration so far."""
         return list(self._items)
@@ -105,6 +109,13 @@ class StatusArea:
         row, = [number for number, properties, _ in self._rows()
                 if properties.get("label") == label]
         self._call_menu("Event", GLib.Variant("(isvu)", (row, "clicked", GLib.Variant("i", 0), 0)))
+
+    def provide_token(self, token):
+        """Leave for a window that comes of the row chosen next, as a panel gives it on Wayland."""
+        owner, path = self.item()
+        self._connection.call_sync(owner, path, ITEM, "ProvideXdgActivationToken",
+                                   GLib.Variant("(s)", (token,)), None, Gio.DBusCallFlags.NONE,
+                                   5000, None)
 
     def _rows(self):
         return self._call_menu("GetLayout", GLib.Variant("(iias)", (0, -1, ["label"])))[1][2]

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "mail/Notifiers.h"
 #include "prefs/QuillfenPrefPane.h"
 
 #include "unit/mail/Certificates.h"
@@ -8,6 +9,11 @@
 #include <QComboBox>
 #include <QPushButton>
 #include <QTest>
+#include <QTimer>
+
+#include <algorithm>
+#include <memory>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -30,6 +36,15 @@ QStringList recipientsIn(const Desk &desk)
     for (const QString &line : desk.logged().filter(u"Composing message to "_s))
         recipients += line.sliced(21).chopped(1);
     return recipients;
+}
+
+/// So many addresses, one different from the other.
+QStringList addresses(int count)
+{
+    QStringList made;
+    for (int i = 0; i < count; ++i)
+        made += u"user%1@example.org"_s.arg(i);
+    return made;
 }
 
 } // namespace
@@ -65,6 +80,22 @@ private Q_SLOTS:
         }
         QCOMPARE(recipientsIn(desk), QStringList({u"ada@example.org"_s, u"grace@example.org"_s}));
         QCOMPARE(desk.logged().filter(u"If you are reading this, the test passed."_s).size(), 2);
+    }
+
+    void withNothingChosenItLogsInByLogin()
+    {
+        mail::ScriptedServer server;
+        server.hasCertificate(m_authority.server({.alternativeNames = u"IP:127.0.0.1"_s}));
+        server.offers({"STARTTLS"}, {"AUTH PLAIN LOGIN"});
+        Desk desk(R"({"MailServer": "127.0.0.1", "Username": "ada", "UserPassword": "pass"})");
+        desk.trust.trusts(m_authority.file());
+        QVERIFY(desk.open());
+        desk.type(u"m_port"_s, QString::number(server.serverPort()));
+        desk.type(u"m_emailAddress"_s, u"ada@example.org"_s);
+        desk.control<QComboBox>(u"m_authentication"_s).setCurrentIndex(-1);
+        pressTest(desk);
+        QTRY_COMPARE_WITH_TIMEOUT(server.mails().size(), 1, kDeadline);
+        QVERIFY(server.encryptedLines().contains("AUTH LOGIN"));
     }
 
     void theListIsTakenAsItStands_data()
@@ -103,6 +134,73 @@ private Q_SLOTS:
         pressTest(desk);
         QCOMPARE(recipientsIn(desk), recipients);
         QCOMPARE(desk.sounds.takeHeard(), recipients.isEmpty() ? kNotSent : kSent);
+    }
+
+    void manyRecipientsLetTheEventLoopIn()
+    {
+        const QStringList recipients = addresses(5 * mail::kMailsAtATime);
+        Desk desk(R"({"MailServer": "127.0.0.1", "Port": "9"})");
+        desk.openLog();
+        QVERIFY(desk.open());
+        desk.type(u"m_emailAddress"_s, recipients.join(u','));
+        qsizetype done = 0;
+        qsizetype most = 0; // in one pass of the loop
+        const auto look = [&] {
+            const qsizetype before = std::exchange(done, recipientsIn(desk).size());
+            most = std::max(most, done - before);
+        };
+        QTimer passes;
+        QObject::connect(&passes, &QTimer::timeout, look);
+        passes.start(0);
+        pressTest(desk);
+        QCOMPARE(recipientsIn(desk), recipients.first(mail::kMailsAtATime));
+        QCOMPARE(desk.sounds.takeHeard(), QStringList()); // it comes after the last
+        QStringList heard;
+        QTRY_COMPARE_WITH_TIMEOUT(heard += desk.sounds.takeHeard(), kSent, kDeadline);
+        look();
+        QCOMPARE(recipientsIn(desk), recipients);
+        QCOMPARE(most, mail::kMailsAtATime);
+    }
+
+    void asManyAsGoAtATimeDoNotWait()
+    {
+        Desk desk(R"({"MailServer": "127.0.0.1", "Port": "9"})");
+        desk.openLog();
+        QVERIFY(desk.open());
+        desk.type(u"m_emailAddress"_s, addresses(mail::kMailsAtATime).join(u','));
+        pressTest(desk);
+        QCOMPARE(desk.sounds.takeHeard(), kSent);
+        QCOMPARE(recipientsIn(desk), addresses(mail::kMailsAtATime));
+    }
+
+    void eachPressIsATestOfItsOwn()
+    {
+        const QStringList many = addresses(2 * mail::kMailsAtATime);
+        Desk desk(R"({"MailServer": "127.0.0.1", "Port": "9"})");
+        desk.openLog();
+        QVERIFY(desk.open());
+        desk.type(u"m_emailAddress"_s, many.join(u','));
+        pressTest(desk);
+        desk.type(u"m_emailAddress"_s, u"last@example.org"_s);
+        pressTest(desk);
+        desk.type(u"m_emailAddress"_s, u""_s);
+        pressTest(desk);
+        QStringList heard;
+        const QStringList all{kSent.first(), kSent.first(), kNotSent.first()};
+        QTRY_COMPARE_WITH_TIMEOUT(heard += desk.sounds.takeHeard(), all, kDeadline);
+        QCOMPARE(recipientsIn(desk), many + QStringList(u"last@example.org"_s));
+    }
+
+    void theEndInTheMiddleOfATestIsTheEndOfIt()
+    {
+        auto desk = std::make_unique<Desk>(R"({"MailServer": "127.0.0.1", "Port": "9"})");
+        QVERIFY(desk->open());
+        desk->type(u"m_emailAddress"_s, addresses(2 * mail::kMailsAtATime).join(u','));
+        pressTest(*desk);
+        QVERIFY(desk->sounds.takeHeard().isEmpty()); // there is a rest to come
+        desk.reset();
+        for (int pass = 0; pass < 3; ++pass) // what was to go on with it is not there any more
+            QCoreApplication::processEvents();
     }
 
     void withoutAServerItSoundsSentAndIsNot()

@@ -3,9 +3,11 @@
 
 #include "unit/prefs/Desk.h"
 
+#include <QAccessible>
 #include <QComboBox>
 #include <QDir>
 #include <QJsonArray>
+#include <QSignalBlocker>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -68,8 +70,10 @@ private Q_SLOTS:
     {
         Desk desk;
         desk.window();
-        for (const QString &box : kBoxes)
+        for (const QString &box : kBoxes) {
+            const QSignalBlocker unheard(desk.box(box));
             desk.box(box).setChecked(true);
+        }
         desk.pane.savePreferences();
         QJsonObject expected = kUntouched;
         for (const QString &key :
@@ -222,6 +226,20 @@ private Q_SLOTS:
             QCOMPARE(usableIn(desk.window()), usable);
         }
         QCOMPARE(desk.takeChangesTold(), 0);
+    }
+
+    void aScreenReaderTicksABoxLikeAClick_data() { aClickStoresAllAndItsOwn_data(); }
+    void aScreenReaderTicksABoxLikeAClick()
+    {
+        QFETCH(QString, key);
+        QFETCH(QString, box);
+        Desk desk;
+        QVERIFY(desk.open());
+        QAccessibleInterface *spoken = QAccessible::queryAccessibleInterface(&desk.box(box));
+        for (const bool on : {true, false}) {
+            spoken->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+            QCOMPARE(desk.folder.object(), with(kUntouched, key, on));
+        }
     }
 
     void aLateClickCatchesUp()
