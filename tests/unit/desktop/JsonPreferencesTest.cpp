@@ -187,7 +187,7 @@ private Q_SLOTS:
         const SettingsFolder folder;
         folder.write(R"({"n":1})");
         JsonPreferences settings(m_console, folder.path());
-        settings.setValue(u"long"_s, QString(2'000'000, u'x'));
+        settings.setValue(u"long"_s, QString(9'000'000, u'x'));
         QVERIFY(!settings.synchronize());
         QCOMPARE(folder.bytes(), R"({"n":1})");
         QCOMPARE(m_console.takeLines().size(), 1);

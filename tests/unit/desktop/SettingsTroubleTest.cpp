@@ -252,6 +252,22 @@ private Q_SLOTS:
         QCOMPARE(chmod(encoded(folder.path()).constData(), 0700), 0);
     }
 
+    /// A page of one megabyte may come as an address; nothing else may go short of room for that.
+    void theLongestAddressFindsRoom()
+    {
+        const SettingsFolder folder;
+        const QString address(1024 * 1024, QChar(u'\1')); // six characters in the file, each
+        JsonPreferences settings(m_console, folder.path());
+        settings.setValue(u"LastExternalIPAddress"_s, address);
+        QVERIFY(settings.synchronize());
+        settings.setValue(u"ours"_s, true);
+        QVERIFY(settings.synchronize());
+        QCOMPARE(folder.object(),
+                 (QJsonObject{{u"LastExternalIPAddress"_s, address}, {u"ours"_s, true}}));
+        QCOMPARE(folder.aside(), QStringList());
+        QCOMPARE(m_console.lines(), QStringList());
+    }
+
     void aFileInPlaceOfTheFolderCostsNoValue()
     {
         const SettingsFolder folder;

@@ -18,8 +18,9 @@ namespace {
 
 constexpr auto kLockPatience = 250ms;
 /// A lock file of this age that no living process holds is left over. (A dead owner that is
-/// named in it counts at once; but one can die before it has written its name.)
-constexpr auto kLeftOver = 1s;
+/// named in it counts at once; but one can die before it has written its name.) Less than the
+/// patience: a program that is started anew at once stores what it stores.
+constexpr auto kLeftOver = 150ms;
 
 /// QLockFile's own waiting goes in steps of 100 ms and more; the lock is held for one or two.
 bool lockWithin(QLockFile &lock, std::chrono::milliseconds patience)

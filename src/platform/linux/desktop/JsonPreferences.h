@@ -23,7 +23,7 @@ class SystemConsole;
 /// beside the settings, reads anew, puts its own values over what it read, and replaces the
 /// file as a whole: at every moment there is either the old file or the new one.
 ///
-/// What cannot be used (no JSON object, longer than 1 MiB, no regular file) is put aside as
+/// What cannot be used (no JSON object, longer than 8 MiB, no regular file) is put aside as
 /// `settings.json.damaged-<time>`, never deleted. What cannot be read is never overwritten.
 /// Each such trouble is said on the console once, until all is well again.
 /// Main thread only; blocks for at most 250 ms, and that only while another process writes.

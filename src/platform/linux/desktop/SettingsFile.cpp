@@ -26,6 +26,7 @@ namespace {
 /// Longer than the tick of the clock that stamps files (10 ms at most) and than an editor
 /// needs between emptying a file and filling it.
 constexpr auto kSettling = 50ms;
+constexpr qint64 kPiece = 16 * 1024; ///< Bytes.
 
 std::chrono::nanoseconds sinceEpoch(const timespec &time)
 {
@@ -59,7 +60,7 @@ SettingsFile::Reading parse(const QByteArray &bytes, const struct stat &status)
     const auto old = age(status);
     const bool young = old >= 0ns && old < kSettling;
     if (bytes.size() > SettingsFile::kLargest)
-        return SettingsFile::Damaged{.why = u"it is longer than 1 MiB"_s, .young = young};
+        return SettingsFile::Damaged{.why = u"it is longer than 8 MiB"_s, .young = young};
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
     if (error.error != QJsonParseError::NoError)
@@ -97,11 +98,39 @@ bool renameToFree(const QByteArray &from, const QByteArray &to)
     return errno == ENOENT && rename(from.constData(), to.constData()) == 0;
 }
 
+/// The first @p most bytes of @p file. In pieces: Qt makes room for all that it may read before it
+/// reads, which takes longer than reading.
+QByteArray readAtMost(QFile &file, qint64 most)
+{
+    QByteArray bytes;
+    for (QByteArray more; bytes.size() < most; bytes += more) {
+        more = file.read(std::min(kPiece, most - bytes.size()));
+        if (more.isEmpty())
+            break;
+    }
+    return bytes;
+}
+
+/// Writes all of @p bytes, or @p file tells why not: where a part of them still had room, it does so
+/// for the next write only.
+bool writeAll(QSaveFile &file, const QByteArray &bytes)
+{
+    qint64 written = 0;
+    while (written < bytes.size()) {
+        const qint64 more = file.write(bytes.constData() + written, bytes.size() - written);
+        if (more <= 0)
+            return false;
+        written += more;
+    }
+    return true;
+}
+
 } // namespace
 
 SettingsFile::SettingsFile(QString folder)
     : m_folder(std::move(folder)),
-      m_path(m_folder + "/settings.json"_L1)
+      m_path(m_folder + "/settings.json"_L1),
+      m_encodedPath(QFile::encodeName(m_path))
 { }
 
 QString SettingsFile::lockPath() const
@@ -120,19 +149,17 @@ bool SettingsFile::isLockable() const
 bool SettingsFile::isStill(const Identity &identity) const
 {
     struct stat status = {};
-    return stat(QFile::encodeName(m_path).constData(), &status) == 0
-        && status.st_dev == identity.device && status.st_ino == identity.inode
-        && status.st_size == identity.size
+    return stat(m_encodedPath.constData(), &status) == 0 && status.st_dev == identity.device
+        && status.st_ino == identity.inode && status.st_size == identity.size
         && sinceEpoch(status.st_mtim) == sinceEpoch(identity.modified)
         && sinceEpoch(status.st_ctim) == sinceEpoch(identity.changed);
 }
 
 SettingsFile::Reading SettingsFile::read() const
 {
-    const QByteArray path = QFile::encodeName(m_path);
     const Damaged noFile{.why = u"it is no regular file"_s, .young = false};
     struct stat status = {};
-    if (stat(path.constData(), &status) != 0) {
+    if (stat(m_encodedPath.constData(), &status) != 0) {
         if (errno == ENOENT)
             return Absent{};
         return Unreadable{lastError()};
@@ -140,7 +167,8 @@ SettingsFile::Reading SettingsFile::read() const
     if (!S_ISREG(status.st_mode)) // never opened: that alone can block or set a device going
         return noFile;
 
-    const int descriptor = open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    const int descriptor =
+        open(m_encodedPath.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     QFile file;
     if (descriptor < 0
         || !file.open(descriptor, QIODevice::ReadOnly | QIODevice::Unbuffered,
@@ -148,7 +176,7 @@ SettingsFile::Reading SettingsFile::read() const
         return Unreadable{lastError()};
     if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))
         return noFile;
-    const QByteArray bytes = file.read(kLargest + 1);
+    const QByteArray bytes = readAtMost(file, kLargest + 1);
     if (file.error() != QFileDevice::NoError)
         return Unreadable{file.errorString()};
     return parse(bytes, status);
@@ -165,14 +193,14 @@ std::optional<QString> SettingsFile::replace(const QJsonObject &object) const
 {
     const QByteArray bytes = QJsonDocument(object).toJson();
     if (bytes.size() > kLargest)
-        return u"they are longer than 1 MiB"_s;
-    // Unbuffered, in one write: with a buffer, Qt 6.4 notices a full disk only when it empties
-    // the buffer inside commit(), puts the empty file in place all the same and reports success.
+        return u"they are longer than 8 MiB"_s;
+    // Unbuffered: with a buffer, Qt 6.4 notices a full disk only when it empties the buffer inside
+    // commit(), puts the empty file in place all the same and reports success.
     QSaveFile file(m_path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return file.errorString();
     if (!file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner)
-        || file.write(bytes) != bytes.size()) {
+        || !writeAll(file, bytes)) {
         const QString why = file.errorString();
         file.cancelWriting();
         return why;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QByteArray>
 #include <QJsonObject>
 #include <QString>
 
@@ -41,7 +42,8 @@ public:
     };
     using Reading = std::variant<Absent, Good, Damaged, Unreadable>;
 
-    static constexpr qint64 kLargest = 1024 * 1024; ///< Bytes.
+    /// Bytes. An external address of one megabyte, each character of it six in the file, finds room.
+    static constexpr qint64 kLargest = 8 * 1024 * 1024;
 
     explicit SettingsFile(QString folder);
 
@@ -66,6 +68,7 @@ public:
 private:
     QString m_folder;
     QString m_path;
+    QByteArray m_encodedPath; ///< As the kernel has it: isStill() is asked for every log line.
 };
 
 } // namespace quillfen::platform
