@@ -4,14 +4,11 @@
 #include "platform/Preferences.h"
 #include "platform/Workspace.h"
 #include "support/Console.h"
-#include "support/DateDescription.h"
-#include "support/FormatText.h"
 #include "support/LogFile.h"
 #include "support/SettingsReading.h"
 #include "support/SupportFolders.h"
 
 #include <algorithm>
-#include <chrono>
 
 using namespace Qt::StringLiterals;
 
@@ -22,22 +19,27 @@ namespace {
 constexpr QLatin1StringView kFileName{"Quillfen.log"};
 constexpr qsizetype kBufferBytes = 255;
 
-/// @p message without what would end the line or steer a terminal that shows the file. It may hold
-/// text from outside, which must not pass for a line of ours. A NUL stays: the buffer ends there.
+/// Whether @p c would end the line or steer a terminal that shows the file. A message may hold text
+/// from outside, which must not pass for a line of ours. A NUL stays: the buffer ends there.
+bool breaksOut(QChar c)
+{
+    return (c < u' ' && !c.isNull() && c != u'\t') || (c >= u'\x7f' && c <= u'\x9f')
+        || c == QChar::LineSeparator || c == QChar::ParagraphSeparator;
+}
+
 QString inOneLine(QString message)
 {
-    const auto breaksOut = [](QChar c) {
-        return (c.category() == QChar::Other_Control && !c.isNull() && c != u'\t')
-            || c == QChar::LineSeparator || c == QChar::ParagraphSeparator;
-    };
-    std::ranges::replace_if(message, breaksOut, u' ');
+    if (std::any_of(message.cbegin(), message.cend(), breaksOut))
+        std::ranges::replace_if(message, breaksOut, u' ');
     return message;
 }
 
-/// What the file's line buffer holds for @p line.
-QByteArray lineBuffer(const QString &line)
+/// What the file's line buffer holds for "[date] message".
+QByteArray lineBuffer(const QByteArray &date, const QString &message)
 {
-    QByteArray buffer = line.toUtf8();
+    QByteArray buffer;
+    buffer.reserve(kBufferBytes);
+    buffer.append('[').append(date).append("] ").append(inOneLine(message).toUtf8());
     if (buffer.size() > kBufferBytes)
         buffer.clear();
     if (const qsizetype zero = buffer.indexOf('\0'); zero >= 0)
@@ -66,10 +68,8 @@ void Log::LogMessage(const std::optional<QString> &message)
     m_preferences.synchronize();
     if (ShouldLogToSystemConsole())
         m_console.log(*message);
-    if (!PrivateLogHandle || !ShouldLogToPrivateLog())
-        return;
-    const QString now = dateDescription(std::chrono::system_clock::now());
-    PrivateLogHandle->append(lineBuffer(formatText(u"[%@] %@", now, inOneLine(*message))));
+    if (PrivateLogHandle && ShouldLogToPrivateLog())
+        PrivateLogHandle->append(lineBuffer(m_date.text(), *message));
 }
 
 void Log::OpenPrivateLog()

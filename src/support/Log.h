@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "support/CurrentDate.h"
+
 #include <QString>
 
 #include <memory>
@@ -56,6 +58,7 @@ private:
 
     Console &m_console;
     platform::Preferences &m_preferences;
+    CurrentDate m_date;
     std::unique_ptr<LogFile> PrivateLogHandle; ///< Null before opening and after closing.
 };
 

@@ -206,14 +206,6 @@ private Q_SLOTS:
         }
     }
 
-private:
-    /// A machine with one wired address that has a name.
-    static void desk(world::World &world)
-    {
-        world.network.plugIn(u"eth0", u"192.0.2.7");
-        world.host.hasName(u"192.0.2.7"_s, u"desk.example"_s);
-    }
-
     void hearsOfChangedPreferencesOnlyAfterItsSetup()
     {
         world::World world;
@@ -232,6 +224,14 @@ private:
         world.session.post(u"Preferences Changed"_s, u"com.corvane.preference.Quillfen"_s);
         QTRY_VERIFY(world.logHas(u"Checking external IP"_s));
         QVERIFY(world.rests());
+    }
+
+private:
+    /// A machine with one wired address that has a name.
+    static void desk(world::World &world)
+    {
+        world.network.plugIn(u"eth0", u"192.0.2.7");
+        world.host.hasName(u"192.0.2.7"_s, u"desk.example"_s);
     }
 };
 

@@ -23,7 +23,8 @@ void DesktopWorkspace::openURL(const QUrl &url)
 
 void DesktopWorkspace::open(const QUrl &url, const QString &spelling)
 {
-    if (!qGuiApp || !QDesktopServices::openUrl(url))
+    const bool hasDesktop = qobject_cast<QGuiApplication *>(QCoreApplication::instance());
+    if (!hasDesktop || !QDesktopServices::openUrl(url))
         m_console.write(u"There is nothing here that opens %1."_s.arg(spelling));
 }
 

@@ -23,6 +23,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto kPatience = 20ms;
+constexpr qsizetype kUsualRoom = 256; ///< Bytes; few lines are longer.
 
 bool steersOrForges(char16_t c)
 {
@@ -42,18 +43,18 @@ void fillClosedStandardStreams()
         close(descriptor);
 }
 
-QByteArray stamped(const QString &text)
+QByteArray dateAndTime(std::time_t second)
 {
-    const QString now = QDateTime::currentDateTime().toString(u"yyyy-MM-dd HH:mm:ss.zzz"_s);
-    const QString name = QString::fromLocal8Bit(program_invocation_short_name);
-    const QString line = u"%1 %2[%3] "_s.arg(now, name).arg(getpid()) + text;
-    return withVisibleControls(line).toUtf8() + '\n';
+    return QDateTime::fromSecsSinceEpoch(second).toString(u"yyyy-MM-dd HH:mm:ss"_s).toLatin1();
 }
 
 } // namespace
 
 QString withVisibleControls(const QString &text)
 {
+    if (std::none_of(text.cbegin(), text.cend(),
+                     [](QChar c) { return steersOrForges(c.unicode()); }))
+        return text;
     QString visible;
     visible.reserve(text.size());
     for (const QChar c : text) {
@@ -69,6 +70,10 @@ QString withVisibleControls(const QString &text)
 }
 
 StderrConsole::StderrConsole()
+    : m_process(
+        withVisibleControls(
+            u"%1[%2] "_s.arg(QString::fromLocal8Bit(program_invocation_short_name)).arg(getpid()))
+            .toUtf8())
 {
     ignoreSignalsOfFailedWrites();
     fillClosedStandardStreams();
@@ -96,12 +101,30 @@ StderrConsole::~StderrConsole()
 
 void StderrConsole::write(const QString &text)
 {
-    QByteArray line = stamped(text);
+    QByteArray line;
+    line.reserve(kUsualRoom);
     if (m_amidLine)
-        line.prepend('\n');
+        line += '\n';
+    appendMoment(line);
+    line.append(m_process).append(withVisibleControls(text).toUtf8()).append('\n');
     const qsizetype sent = send(line);
     m_lostLast = sent < line.size();
     m_amidLine = sent > 0 ? m_lostLast : m_amidLine;
+}
+
+void StderrConsole::appendMoment(QByteArray &line)
+{
+    const auto now = std::chrono::system_clock::now();
+    const auto second = std::chrono::floor<std::chrono::seconds>(now);
+    if (m_date.isEmpty() || second != m_second) {
+        m_second = second;
+        m_date = dateAndTime(std::chrono::system_clock::to_time_t(second));
+    }
+    const int thousandths = int((now - second) / 1ms);
+    line.append(m_date).append('.');
+    for (const int unit : {100, 10, 1})
+        line.append(char('0' + thousandths / unit % 10));
+    line.append(' ');
 }
 
 qsizetype StderrConsole::send(const QByteArray &line) const

@@ -45,6 +45,9 @@ private:
         PollAndWrite, ///< A pipe or terminal that could not be opened anew.
     };
 
+    /// Appends the moment. All but its thousandths is put together once for all lines within a
+    /// second: that takes longer than writing them.
+    void appendMoment(QByteArray &line);
     /// @returns how many bytes of @p line got through.
     qsizetype send(const QByteArray &line) const;
     ssize_t sendSome(const char *bytes, std::size_t count) const;
@@ -52,6 +55,9 @@ private:
     bool goesOn(int error, Deadline deadline) const;
     bool hasRoomBefore(Deadline deadline) const;
 
+    const QByteArray m_process; ///< "quillfen[4711] ".
+    QByteArray m_date; ///< That of m_second; empty before the first line.
+    std::chrono::sys_seconds m_second{};
     int m_descriptor = STDERR_FILENO; ///< Or the same pipe or terminal opened anew, non-blocking.
     Way m_way = Way::Write;
     bool m_lostLast = false; ///< The last line was dropped: there is nobody to wait for.
