@@ -3,11 +3,10 @@
 
 #include <cstdint>
 
+#include <QCoreApplication>
 #include <QJsonValue>
 
 #include "support/SettingsReading.h"
-
-using namespace Qt::StringLiterals;
 
 namespace quillfen::prefs {
 
@@ -17,23 +16,37 @@ constexpr int kShortest = 6; // minutes
 constexpr int kLongest = 546; // minutes: the last whose seconds fit into 16 bits
 constexpr int kTlsPort = 465;
 
+/// The hints' words, which translators find under this name.
+struct FieldHints {
+    Q_DECLARE_TR_FUNCTIONS(FieldHints)
+};
+
 QString spell(int seconds)
 {
-    const int minutes = seconds / 60;
-    const QString rest = seconds % 60 == 0 ? u""_s : u" %1 s"_s.arg(seconds % 60);
-    return u"%1 min"_s.arg(minutes) + rest;
+    const QString minutes = QString::number(seconds / 60);
+    const int rest = seconds % 60;
+    return rest == 0 ? FieldHints::tr("%1 min").arg(minutes)
+                     : FieldHints::tr("%1 min %2 s").arg(minutes, QString::number(rest));
 }
 
 QString meaningOfInterval(int minutes)
 {
     if (minutes < kShortest)
-        return u"Less than 6 counts as 6."_s;
+        return FieldHints::tr("Less than 6 counts as 6.");
     if (minutes <= kLongest)
-        return u"From 6 to 546 minutes."_s;
+        return FieldHints::tr("From 6 to 546 minutes.");
     const auto seconds = static_cast<std::int16_t>(minutes * 60);
     if (seconds <= 0)
-        return u"More than 546 wraps round: checked once only."_s;
-    return u"More than 546 wraps round: checked every %1."_s.arg(spell(seconds));
+        return FieldHints::tr("More than 546 wraps round: checked once only.");
+    return FieldHints::tr("More than 546 wraps round: checked every %1.").arg(spell(seconds));
+}
+
+QString meaningOfPort(int port, bool overTls)
+{
+    if (!overTls)
+        return FieldHints::tr("Not encrypted: useSSL is switched off.");
+    return port == kTlsPort ? FieldHints::tr("Encrypted from the first byte.")
+                            : FieldHints::tr("Encrypted by STARTTLS.");
 }
 
 } // namespace
@@ -43,7 +56,8 @@ QString intervalHint(const QString &typed)
     const std::int64_t number = support::integerValue(typed);
     const std::int16_t stored = support::sixteenBits(typed);
     const QString meaning = meaningOfInterval(stored);
-    return stored == number ? meaning : u"Stored as %1. "_s.arg(stored) + meaning;
+    return stored == number ? meaning
+                            : FieldHints::tr("Stored as %1.").arg(stored) + u' ' + meaning;
 }
 
 QString portHint(const QString &typed, bool overTls)
@@ -51,12 +65,9 @@ QString portHint(const QString &typed, bool overTls)
     const std::int64_t number = support::integerValue(typed);
     const auto port = static_cast<std::uint16_t>(support::sixteenBits(typed));
     if (port == 0)
-        return u"Read as port 0, where no server answers."_s;
-    const QString reading = port == number ? u""_s : u"Read as port %1. "_s.arg(port);
-    if (!overTls)
-        return reading + u"Not encrypted: useSSL is switched off."_s;
-    return reading
-        + (port == kTlsPort ? u"Encrypted from the first byte."_s : u"Encrypted by STARTTLS."_s);
+        return FieldHints::tr("Read as port 0, where no server answers.");
+    const QString meaning = meaningOfPort(port, overTls);
+    return port == number ? meaning : FieldHints::tr("Read as port %1.").arg(port) + u' ' + meaning;
 }
 
 } // namespace quillfen::prefs

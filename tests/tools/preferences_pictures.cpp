@@ -5,9 +5,10 @@
 //     preferences_pictures FOLDER light|dark
 //
 // makes preferences-general.png and so on, in the dark …-dark.png; with QT_SCALE_FACTOR=2 in the
-// environment …-2x.png. Under xvfb-run the letters are those of an X11 desktop.
+// environment …-2x.png. LANGUAGE=de has them in German. Under xvfb-run the letters are those of an X11 desktop.
 
 #include "mail/Notifiers.h"
+#include "platform/linux/desktop/Translations.h"
 #include "prefs/QuillfenPrefPane.h"
 #include "support/Console.h"
 #include "support/Log.h"
@@ -92,7 +93,8 @@ bool draw(QWidget &window, const QDir &folder, const QString &look)
 
 int main(int argc, char **argv)
 {
-    const QApplication application(argc, argv);
+    QApplication application(argc, argv);
+    platform::installTranslations(application, platform::userLanguages());
     const QByteArray look(argc == 3 ? argv[2] : "");
     const bool dark = look == "dark";
     if (!dark && look != "light") {
