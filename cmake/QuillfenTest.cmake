@@ -38,19 +38,21 @@ function(quillfen_test name)
                        ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
 endfunction()
 
-# quillfen_fuzz(NAME SOURCES … NEEDS … [SEEDS folder])
+# quillfen_fuzz(NAME SOURCES … NEEDS …)
 #
-# One libFuzzer target with a short run under ctest; the run starts from the files in SEEDS.
+# One libFuzzer target with a short run under ctest; the run starts from the files that are kept
+# for it in tests/fuzz/corpora (see scripts/fuzz).
 function(quillfen_fuzz name)
-  cmake_parse_arguments(PARSE_ARGV 1 FUZZ "" "SEEDS" "SOURCES;NEEDS")
+  cmake_parse_arguments(PARSE_ARGV 1 FUZZ "" "" "SOURCES;NEEDS")
   add_executable(${name} ${FUZZ_SOURCES})
   list(TRANSFORM FUZZ_NEEDS PREPEND quillfen_)
   target_link_libraries(${name} PRIVATE ${FUZZ_NEEDS})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_options(${name} PRIVATE -fsanitize=fuzzer)
   add_dependencies(fuzzers ${name})
   set(corpus ${CMAKE_CURRENT_BINARY_DIR}/${name}.corpus)
   file(MAKE_DIRECTORY ${corpus})
-  add_test(NAME ${name} COMMAND ${name} -max_total_time=10 -timeout=5 -rss_limit_mb=1024
-                                ${corpus} ${FUZZ_SEEDS})
+  add_test(NAME ${name} COMMAND ${name} -max_total_time=5 -timeout=5 -rss_limit_mb=1024
+                                ${corpus} ${PROJECT_SOURCE_DIR}/tests/fuzz/corpora/${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT 60 LABELS fuzz)
 endfunction()

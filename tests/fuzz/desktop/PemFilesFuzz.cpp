@@ -1,18 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "fuzz/Require.h"
 #include "platform/linux/desktop/PemFiles.h"
 
+#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
-namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
-
-} // namespace
+using quillfen::test::require;
 
 /// Each certificate stands in the text as it is, from its first line to the next last one.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)

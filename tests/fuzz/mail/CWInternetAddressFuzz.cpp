@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "fuzz/Require.h"
 #include "mail/CWInternetAddress.h"
 
 #include <QByteArray>
@@ -6,18 +7,13 @@
 #include <QString>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
 namespace {
 
 using quillfen::mail::CWInternetAddress;
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
+using quillfen::test::require;
 
 /// Whether @p wire can stand between the angle brackets of a command.
 bool isSafe(const QByteArray &wire)

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "fuzz/Require.h"
 #include "mail/CWMessage.h"
 #include "mail/SmtpScript.h"
 
@@ -8,19 +9,14 @@
 #include <QDateTime>
 #include <QString>
 
+#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
 namespace {
 
 using quillfen::mail::CWInternetAddress;
 using quillfen::mail::CWMessage;
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
+using quillfen::test::require;
 
 CWInternetAddress address(const QByteArray &text)
 {

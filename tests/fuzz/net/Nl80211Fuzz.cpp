@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "fuzz/Require.h"
 #include "platform/Turns.h"
 #include "platform/linux/net/Nl80211Decode.h"
 #include "platform/linux/net/Nl80211Report.h"
@@ -7,7 +8,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <memory>
@@ -21,14 +21,9 @@
 // to whatever the report asks. What comes out must make sense, whatever went in.
 
 using namespace quillfen::platform;
+using quillfen::test::require;
 
 namespace {
-
-void need(bool truth)
-{
-    if (!truth)
-        std::abort();
-}
 
 /// The bytes as an answer to the question with that number. Ends of tables that stand before
 /// others are left out, so that recordings laid one behind the other are one answer.
@@ -84,9 +79,9 @@ Task<void> check(Nl80211Report &report)
     if (!text)
         co_return;
     const QByteArray marker = "Current Wireless Network: ";
-    need(text->startsWith(marker) && text->endsWith('\n'));
-    need(text->size() > marker.size() + 1 && text->size() <= marker.size() + 33);
-    need(std::all_of(text->begin(), text->end() - 1, [](char each) {
+    require(text->startsWith(marker) && text->endsWith('\n'));
+    require(text->size() > marker.size() + 1 && text->size() <= marker.size() + 33);
+    require(std::all_of(text->begin(), text->end() - 1, [](char each) {
         return static_cast<unsigned char>(each) >= ' ' && each != '\x7f';
     }));
 }
@@ -95,11 +90,11 @@ void decode(Bytes rest)
 {
     while (const auto message = takeMessage(rest)) {
         if (const auto family = decodeWirelessFamily(*message))
-            need(*family >= NLMSG_MIN_TYPE);
+            require(*family >= NLMSG_MIN_TYPE);
         if (const auto station = decodeStation(*message))
-            need(station->index != 0);
+            require(station->index != 0);
         if (const auto name = decodeJoinedNetwork(*message))
-            need(!name->isEmpty() && name->size() <= 32);
+            require(!name->isEmpty() && name->size() <= 32);
     }
 }
 
@@ -111,8 +106,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     decode(input);
     Nl80211Report report([input] { return std::make_unique<SameAnswer>(input); },
                          [] { return QString(); });
-    Turns turns([](const std::exception_ptr &) { std::abort(); });
+    Turns turns([](const std::exception_ptr &) { require(false); });
     turns.take(check(report));
-    need(!turns.busy());
+    require(!turns.busy());
     return 0;
 }

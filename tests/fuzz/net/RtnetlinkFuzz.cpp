@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "fuzz/Require.h"
 #include "platform/linux/net/DumpReply.h"
 #include "platform/linux/net/ServiceOrder.h"
 
-#include <cstdlib>
+#include <cstddef>
 
 // Takes any bytes for the kernel's answer, reads them as far as they go, and puts what they tell
 // in order. What comes out must make sense, whatever went in.
 
 using namespace quillfen::platform;
+using quillfen::test::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
@@ -21,14 +23,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         if (const auto route = decodeDefaultRoute(*message))
             tables.routes.push_back(*route);
     }
-    for (const Service &service : orderedServices(tables)) {
-        if (service.identifier.isEmpty() || service.addresses.isEmpty())
-            std::abort();
-    }
+    for (const Service &service : orderedServices(tables))
+        require(!service.identifier.isEmpty() && !service.addresses.isEmpty());
 
     DumpReply reply(1);
     reply.feed(std::as_bytes(std::span(data, size)), [](const NetlinkMessage &) {});
-    if (reply.error() < 0)
-        std::abort();
+    require(reply.error() >= 0);
     return 0;
 }

@@ -1,25 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "fuzz/Require.h"
 #include "netinfo/ExternalAddress.h"
 #include "support/TextDecoding.h"
 
 #include <QByteArrayView>
 #include <QString>
 
+#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <optional>
 
-namespace {
-
 using namespace Qt::StringLiterals;
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
-
-} // namespace
+using quillfen::test::require;
 
 /// What a lookup service may send, up to the address that is cut from it.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)

@@ -1,25 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "fuzz/Require.h"
 #include "support/Console.h"
 #include "support/FormatText.h"
 
 #include <QByteArray>
 #include <QString>
 
+#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-
-namespace {
 
 using quillfen::support::expandFormat;
 using quillfen::support::formatText;
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
-
-} // namespace
+using quillfen::test::require;
 
 /// Any text, as UTF-8 with its errors replaced: read as a format, and put into one.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "fuzz/Require.h"
 #include "support/StringExtensions.h"
 
 #include <QString>
 #include <QStringView>
 
+#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <optional>
 
@@ -14,12 +15,7 @@ namespace {
 using quillfen::support::cleanForFilename;
 using quillfen::support::extractBetweenPattern;
 using quillfen::support::reverseExtractBetweenPattern;
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
+using quillfen::test::require;
 
 /// The bytes as UTF-16, unpaired surrogates and all.
 QString sixteenBitUnits(const std::uint8_t *data, std::size_t size)
