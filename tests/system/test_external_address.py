@@ -6,8 +6,11 @@ import time
 import pytest
 
 from harness.capture import Capture, opens_connection, question
+from harness.home import Home
 from harness.lookup_service import (LookupService, answer, closed_port, in_chunks, packed, page,
                                     redirect)
+from harness.menu_hosts import PlasmaHost
+from harness.program import Program
 from harness.reader import Reader, duration
 from harness.transcript import COPYING, LOADING, Transcript, without_dates
 from harness.waiting import until
@@ -41,18 +44,53 @@ def capture(network):
     everything.close()
 
 
+def asking(service):
+    """The settings with which the program asks service, and is seldom busy with other things."""
+    return {"Initial Refresh": 86400, "LastIPAddress": LOCAL,
+            "ExternalAddressService": service.url}
+
+
 @pytest.fixture(autouse=True)
 def plugged_in(network, home, service):
     network.cable("lan", f"{LOCAL}/24")
-    home.set({"Initial Refresh": 86400, "LastIPAddress": LOCAL,
-              "ExternalAddressService": service.url})
+    home.set(asking(service))
+
+
+@pytest.fixture
+def neighbour(request, tmp_path, network):
+    """Another user of the same machine, with a program and a service of his own."""
+    world = Neighbour(request.config.getoption("--program"), tmp_path / "neighbour", network)
+    yield world
+    world.close()
+
+
+class Neighbour:
+    def __init__(self, binary, folder, network):
+        self._binary, self._network = binary, network
+        self._program = None
+        self.home = Home(folder)
+        self.service = LookupService(network)
+        self.home.set(asking(self.service))
+
+    def start(self):
+        self._program = Program(self._binary, self.home, self._network)
+        return self._program
+
+    def close(self):
+        if self._program:
+            self._program.kill()
+        self.service.close()
 
 
 def run_through(home, start, deadline=15.0):
     """One run, ended when start-up is over. @returns its lines."""
     before = home.log.lines().count(STARTED)
-    program = start()
-    until(lambda: home.log.lines().count(STARTED) > before,
+    return through(home, start(), before + 1, deadline)
+
+
+def through(home, program, starts=1, deadline=15.0):
+    """A run that is under way, ended when start-up is over, the starts-th in this home."""
+    until(lambda: home.log.lines().count(STARTED) >= starts,
           lambda: "the end of start-up:\n" + "\n".join(home.log.lines()), deadline)
     assert program.stop() == 0
     return without_dates(home.log.last_run())
@@ -151,16 +189,16 @@ def test_a_service_key_that_is_of_no_use(stored, asked, home, start, say):
     assert f"Downloading URL: {asked}\n" in program.console()
 
 
-@pytest.mark.parametrize("behaviour", ["silent", "trickling"])
-def test_a_server_that_never_ends(behaviour, home, start, say, service):
-    if behaviour == "trickling":
-        service.answers(service.trickle)
+def test_a_silent_server_and_one_that_trickles(home, start, say, service, neighbour):
+    neighbour.service.answers(neighbour.service.trickle)
     begun = time.monotonic()
-    lines = run_through(home, start, deadline=60)
-    assert lines == [*say.opening(LOCAL, last=LOCAL), "stop"]
-    # Ten seconds for the first attempt and thirty for the second.
-    assert 39.9 <= time.monotonic() - begun <= 45
-    assert len(service.requests) == 2
+    programs = [(home, start()), (neighbour.home, neighbour.start())]
+    for whose, program in programs:
+        lines = through(whose, program, deadline=60)
+        assert lines == [*say.opening(LOCAL, last=LOCAL), "stop"]
+        # Ten seconds for the first attempt and thirty for the second.
+        assert 39.9 <= time.monotonic() - begun <= 45
+    assert [len(asked.requests) for asked in (service, neighbour.service)] == [2, 2]
 
 
 def test_a_body_without_end_is_cut(home, start, say, service):
@@ -172,6 +210,85 @@ def test_a_body_without_end_is_cut(home, start, say, service):
     assert service.sent < 64 * 1024 ** 2
     assert most_memory(program) < 64 * 1024
     assert program.stop() == 0
+
+
+FELT = 0.2  # seconds; sending a flood takes time from this process too, which measures
+OK = b"HTTP/1.1 200 OK\r\n"
+FLOODS = {
+    "a status line": (b"HTTP/1.1 200 ", b"A"),
+    "lines of a head": (OK, b"X: y\r\n"),
+    "a chunk's extension": (OK + b"Transfer-Encoding: chunked\r\n\r\n5;", b"a=b;"),
+}
+
+
+@pytest.mark.parametrize("name", FLOODS)
+def test_a_flood_before_the_body_is_not_felt(name, home, bus, status_area, start, service):
+    home.set({"EmailChangesToExternalIPAddress": True, "LastExternalIPAddress": FAILED})
+    service.answers(service.flood(ENORMOUS, *FLOODS[name]))
+    program = start(bus)
+    home.log.wait_for_line(STARTED)
+    reader = Reader(status_area)
+    for _ in range(5):
+        asked = len(service.requests)
+        checks = home.log.last_run().count("Checking internal IP")
+        bus.post(*PREFERENCES_CHANGED)
+        until(lambda: home.log.last_run().count("Checking internal IP") > checks,
+              "the end of a poll")
+        assert len(service.requests) == asked + 2
+    reader.stop()
+    assert reader.longest <= FELT + reader.noise
+    assert service.sent <= 64 * 1024 ** 2 * len(service.requests)
+    assert most_memory(program) < 64 * 1024
+    bus.post(*PREFERENCES_CHANGED)
+    assert duration(program.stop) <= 1.0
+    assert program.exit_code() == 0
+
+
+def test_a_body_that_unpacks_to_much_is_cut(home, start, say, service):
+    service.answers(packed(page(SEEN) + b"\0" * 100 * 1024 ** 2))
+    program = start()
+    home.log.wait_for_line(STARTED)
+    assert home.log.last_run() == say.opening(LOCAL, last=LOCAL, external=SEEN)
+    assert len(service.requests) == 1
+    assert most_memory(program) < 64 * 1024
+    assert program.stop() == 0
+
+
+HOSTILE = {
+    # What stands in the page; in the log; in the menu; on the console.
+    "marks, markup and controls": (
+        "<b>1</b>&amp;_%@%n%s\u202e7\u200f\x07\x1b[2J\u2028\0tail",
+        "<b>1</b>&amp;_%@%n%s\u202e7\u200f  [2J ",
+        "<b>1</b>&amp;_%@%n%s7  [2J  tail",
+        r"<b>1</b>&amp;_%@%n%s\u202e7\u200f\x07\x1b[2J\u2028\x00tail"),
+    "900 kB": ("9" * 900_000, None, "9" * 999 + "\u2026", "9" * 900_000),
+}
+
+
+@pytest.mark.parametrize("name", HOSTILE)
+def test_a_hostile_address(name, home, bus, status_area, start, service):
+    address, logged, shown, told = HOSTILE[name]
+    home.set({"IncludeExternalIP": True, "EmailChangesToExternalIPAddress": True})
+    service.answers(page_answer(address))
+    program = start(bus)
+    home.log.wait_for_line(STARTED)
+    # A line that is too long for the log is an empty one.
+    for text in ("Current external IP address: ", "The current external IP address is:"):
+        assert (text + logged if logged else "") in home.log.last_run()
+    assert home.settings()["LastExternalIPAddress"] == address
+
+    host = PlasmaHost(bus, status_area)
+    host.open()
+    until(lambda: host.titles()[1] == shown,
+          lambda: f"the row {shown!r}; it is {host.titles()[1]!r}")
+    assert host.rows()[1].tips == ["Copy the external IP address to the clipboard"] * 2
+    assert "<" not in str(status_area.ask("ToolTip")[2:])
+    assert status_area.title() == LOCAL
+
+    assert f"External ip = {told}\n" in program.console()
+    assert all(line.isprintable() for line in program.console().split("\n"))
+    assert duration(program.stop) <= 1.0
+    assert program.exit_code() == 0
 
 
 def most_memory(program):

@@ -9,13 +9,14 @@
 #include "platform/linux/desktop/HostNames.h"
 #include "platform/linux/desktop/JsonPreferences.h"
 #include "platform/linux/desktop/QtTimers.h"
-#include "platform/linux/desktop/QtUrlLoader.h"
 #include "platform/linux/desktop/SoundPlayer.h"
 #include "platform/linux/desktop/SystemNameLookup.h"
 #include "platform/linux/desktop/SystemTlsTrust.h"
 #include "platform/linux/net/NetlinkStores.h"
 #include "platform/linux/net/Nl80211Report.h"
 #include "platform/linux/panel/StatusAreaBar.h"
+#include "platform/linux/web/CurlLibrary.h"
+#include "platform/linux/web/CurlUrlLoader.h"
 
 #include <QDBusConnection>
 
@@ -41,7 +42,8 @@ private:
     QtTimers m_timers;
     SystemNameLookup m_names;
     SystemTlsTrust m_tlsTrust;
-    QtUrlLoader m_urlLoader{m_names, m_tlsTrust};
+    CurlLibrary m_curl{m_console};
+    CurlUrlLoader m_urlLoader{m_curl, m_names, m_tlsTrust};
     Nl80211Report m_systemReport;
     BusNotifications m_notifications;
     StatusAreaBar m_statusBar;

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/Turns.h"
-#include "platform/linux/desktop/QtUrlLoader.h"
 #include "platform/linux/desktop/SystemNameLookup.h"
-#include "unit/desktop/WebServer.h"
+#include "platform/linux/web/CurlLibrary.h"
+#include "platform/linux/web/CurlUrlLoader.h"
+#include "unit/web/WebServer.h"
+#include "world/FakeConsole.h"
 #include "world/FakeTlsTrust.h"
 #include "world/FakeUrlLoader.h"
 #include "world/Settle.h"
@@ -58,7 +60,9 @@ public:
 private:
     SystemNameLookup m_names;
     world::FakeTlsTrust m_trust;
-    QtUrlLoader m_loader{m_names, m_trust};
+    world::FakeConsole m_console;
+    CurlLibrary m_curl{m_console};
+    CurlUrlLoader m_loader{m_curl, m_names, m_trust};
     std::unique_ptr<WebServer> m_server = std::make_unique<WebServer>();
     QUrl m_url = m_server->url(u"/"_s);
 };
@@ -92,7 +96,7 @@ private Q_SLOTS:
     void initTestCase_data()
     {
         QTest::addColumn<bool>("real");
-        QTest::newRow("QtUrlLoader") << true;
+        QTest::newRow("CurlUrlLoader") << true;
         QTest::newRow("FakeUrlLoader") << false;
     }
     void init()

@@ -100,11 +100,11 @@ class LookupService:
         while not self._ended.wait(0.1):
             self.send(connection, b"x")
 
-    def flood(self, size):
-        """A function that sends size bytes as one body."""
+    def flood(self, size, opening=b"HTTP/1.1 200 OK\r\n\r\n", wave=b"x"):
+        """A function that sends opening, and then wave over and over: size bytes of it."""
         def pour(connection):
-            self.send(connection, b"HTTP/1.1 200 OK\r\n\r\n")
-            block = b"x" * 65536
+            self.send(connection, opening)
+            block = wave * (65536 // len(wave))
             for _ in range(size // len(block)):
                 if self._ended.is_set():
                     break

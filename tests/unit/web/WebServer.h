@@ -47,8 +47,7 @@ public:
         });
     }
 
-    /// @p path is answered by these bytes, and it is for the client to hang up. (Where the server
-    /// does so at once, Qt may take it for a connection that broke off, and ask again.)
+    /// @p path is answered by these bytes, and it is for the client to hang up.
     void answerPatiently(const QByteArray &path, const QByteArray &bytes)
     {
         answer(path, [bytes](QTcpSocket &client) { client.write(bytes); });

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/linux/desktop/QtUrlLoader.h"
+#include "platform/linux/web/CurlUrlLoader.h"
 
 #include "platform/Later.h"
 #include "platform/Turns.h"
-#include "platform/linux/desktop/UrlExchange.h"
+#include "platform/linux/web/UrlExchange.h"
 
 #include <QTimer>
 
@@ -12,7 +12,7 @@
 
 namespace quillfen::platform {
 
-Task<std::optional<QByteArray>> QtUrlLoader::load(UrlRequest request)
+Task<std::optional<QByteArray>> CurlUrlLoader::load(UrlRequest request)
 {
     using Body = std::optional<QByteArray>;
     Later<Body> body;
@@ -25,7 +25,7 @@ Task<std::optional<QByteArray>> QtUrlLoader::load(UrlRequest request)
     deadline.start(request.within);
 
     // In this order, as the exchange lives for its flow; both end with this task.
-    UrlExchange exchange(m_names, m_trust, std::move(request));
+    UrlExchange exchange(m_curl, m_names, m_trust, std::move(request));
     Turns flow([give](const std::exception_ptr &) { give(std::nullopt); });
     flow.take(exchange.run(give));
     co_return co_await body;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/linux/desktop/WebProxy.h"
+#include "platform/linux/web/WebProxy.h"
 
 #include <algorithm>
 
@@ -9,8 +9,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr quint16 kHttpProxyPort = 8080;
-constexpr quint16 kSocksPort = 1080;
+constexpr int kHttpProxyPort = 8080;
+constexpr int kSocksPort = 1080;
 
 /// What the environment says; the small name goes before the capital one.
 QString setting(const QByteArray &name)
@@ -36,21 +36,23 @@ bool goesDirectly(const QString &host)
 
 } // namespace
 
-QNetworkProxy webProxyFor(const QUrl &url)
+QUrl webProxyFor(const QUrl &url)
 {
     QString named = setting(url.scheme().toLatin1() + "_proxy");
     if (named.isEmpty())
         named = setting("all_proxy"_ba);
     if (named.isEmpty() || goesDirectly(url.host()))
-        return QNetworkProxy::NoProxy;
+        return {};
 
-    const QUrl proxy(named.contains(u"://") ? named : u"http://"_s + named);
-    const bool socks = proxy.scheme() == "socks5"_L1 || proxy.scheme() == "socks5h"_L1;
-    if (proxy.host().isEmpty() || (!socks && proxy.scheme() != "http"_L1))
-        return QNetworkProxy::NoProxy;
-    const quint16 usual = socks ? kSocksPort : kHttpProxyPort;
-    return {socks ? QNetworkProxy::Socks5Proxy : QNetworkProxy::HttpProxy, proxy.host(),
-            static_cast<quint16>(proxy.port(usual)), proxy.userName(), proxy.password()};
+    const QUrl given(named.contains(u"://") ? named : u"http://"_s + named);
+    const bool socks = given.scheme() == "socks5"_L1 || given.scheme() == "socks5h"_L1;
+    if (given.host().isEmpty() || (!socks && given.scheme() != "http"_L1))
+        return {};
+    QUrl proxy;
+    proxy.setScheme(socks ? u"socks5h"_s : u"http"_s);
+    proxy.setAuthority(given.authority());
+    proxy.setPort(given.port(socks ? kSocksPort : kHttpProxyPort));
+    return proxy;
 }
 
 } // namespace quillfen::platform
