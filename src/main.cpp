@@ -1,17 +1,24 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <QApplication>
-#include <QCommandLineParser>
 #include <QIcon>
 
+#include <memory>
+
 #include "app/AppController.h"
+#include "app/CommandLine.h"
+#include "app/StatusForms.h"
 #include "platform/Turns.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/bus/ActivationToken.h"
+#include "platform/linux/bus/BusReturn.h"
 #include "platform/linux/bus/SessionBus.h"
+#include "platform/linux/commands/Commands.h"
 #include "platform/linux/desktop/FreeMemory.h"
 #include "platform/linux/desktop/QtArguments.h"
 #include "platform/linux/desktop/RemoteApplication.h"
 #include "platform/linux/desktop/SingleInstance.h"
 #include "platform/linux/desktop/StderrConsole.h"
+#include "platform/linux/desktop/Translations.h"
 #include "platform/linux/desktop/UnixSignals.h"
 #include "support/Bundle.h"
 #include "support/Console.h"
@@ -19,6 +26,7 @@
 
 using namespace Qt::StringLiterals;
 using namespace quillfen;
+namespace command = platform::command;
 
 namespace {
 
@@ -41,16 +49,6 @@ platform::AboutFacts aboutFacts()
             .iconPath = iconPath()};
 }
 
-void readArguments(const QApplication &application)
-{
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
-        u"Shows this machine's first IP address in the status area and follows its changes."_s);
-    parser.addHelpOption();
-    parser.addVersionOption();
-    parser.process(application);
-}
-
 /// A broken promise inside one turn must not end the watch: it is said, and the next turn goes on.
 void sayFailure(support::Console &console, const std::exception_ptr &failure)
 {
@@ -61,25 +59,34 @@ void sayFailure(support::Console &console, const std::exception_ptr &failure)
     }
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+/// With a display or, for @p headless, without anything that would look for one.
+std::unique_ptr<QCoreApplication> makeApplication(platform::QtArguments &arguments, bool headless)
 {
-    // Before anything opens a file: it sees to it that none becomes standard error.
-    platform::StderrConsole stderrConsole;
-    const platform::SessionBus sessionBus; // before Qt goes and looks for it
-    platform::QtArguments arguments(argc, argv);
-    QApplication application(arguments.count(), arguments.values());
-    QApplication::setApplicationName(support::bundleName());
-    QApplication::setApplicationVersion(support::bundleShortVersionString());
+    if (headless)
+        return std::make_unique<QCoreApplication>(arguments.count(), arguments.values());
+    auto application = std::make_unique<QApplication>(arguments.count(), arguments.values());
     QApplication::setDesktopFileName(kApplicationIdentifier);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(QIcon(iconPath()));
-    readArguments(application);
+    platform::installTranslations(*application, platform::userLanguages());
+    return application;
+}
+
+/// The program itself, until somebody ends it.
+int watch(const app::CommandLine &line, platform::StderrConsole &stderrConsole, int argc,
+          char **argv)
+{
+    const platform::SessionBus sessionBus; // before Qt goes and looks for it
+    platform::QtArguments arguments(argc, argv);
+    const auto application = makeApplication(arguments, line.headless);
+    QCoreApplication::setApplicationName(support::bundleName());
+    QCoreApplication::setApplicationVersion(support::bundleShortVersionString());
 
     if (sessionBus.isSilent())
         stderrConsole.write(u"The session bus does not answer; the program starts without it."_s);
-    platform::LinuxPlatform linuxPlatform(stderrConsole, sessionBus.connection(), aboutFacts());
+    const std::optional<QDBusConnection> bus = sessionBus.connection();
+    const platform::BusReturn busReturn(platform::sessionBusAddress(), bus);
+    platform::LinuxPlatform linuxPlatform(stderrConsole, bus, busReturn, aboutFacts());
     const platform::Platform seams = linuxPlatform.seams();
     support::Console console(seams.console);
     // Static, because the X11 connection ends the process by exit() when its server dies: the
@@ -92,21 +99,96 @@ int main(int argc, char **argv)
     app::AppController controller(seams, log, turns, &QCoreApplication::quit);
 
     platform::UnixSignals signals(&QCoreApplication::quit);
-    const std::optional<QDBusConnection> bus = sessionBus.connection();
-    const platform::RemoteApplication remote(bus, kApplicationIdentifier,
-                                             [&] { controller.showPreferences(); });
-    const auto begin = [&](platform::SingleInstance::Outcome outcome) {
-        if (outcome != platform::SingleInstance::Outcome::AlreadyRunning) {
-            turns.take(controller.init());
+    const std::function<void()> showPreferences = [&] {
+        if (QGuiApplication::platformName() == u"offscreen")
+            console.write(u"There is no display to show the preferences on."_s);
+        controller.showPreferences();
+    };
+    platform::RemoteApplication remote(bus, kApplicationIdentifier,
+                                       line.headless ? nullptr : showPreferences,
+                                       &QCoreApplication::quit);
+    const auto leave = [&console](const QString &how, int status) {
+        console.write(u"Quillfen is already running"_s + how);
+        QCoreApplication::exit(status);
+    };
+    const auto giveWay = [&] {
+        if (line.headless) {
+            leave(u"."_s, command::kDone);
             return;
         }
-        console.write(u"Quillfen is already running; its preferences come forward."_s);
-        platform::RemoteApplication::activate(*bus, kApplicationIdentifier,
-                                              &QCoreApplication::quit);
+        platform::RemoteApplication::activate(*bus, kApplicationIdentifier, [leave](bool forward) {
+            if (forward)
+                leave(u"; its preferences come forward."_s, command::kDone);
+            else
+                leave(u", and has no window to show."_s, command::kFailed);
+        });
+    };
+    const auto begin = [&](platform::SingleInstance::Outcome outcome) {
+        if (outcome == platform::SingleInstance::Outcome::AlreadyRunning) {
+            giveWay();
+            return;
+        }
+        turns.take(controller.init());
+        const platform::ActivationToken forThisStartOnly(platform::ownActivationToken());
+        if (line.preferences)
+            showPreferences();
     };
     const platform::SingleInstance instance(bus, kApplicationIdentifier, begin);
+    // In this order: what is offered under the name is there before the name is.
+    QObject::connect(&busReturn, &platform::BusReturn::returned, &remote,
+                     &platform::RemoteApplication::moveTo);
+    QObject::connect(&busReturn, &platform::BusReturn::returned, &instance,
+                     &platform::SingleInstance::moveTo);
 
-    const int status = QApplication::exec();
+    const int status = line.headless ? QCoreApplication::exec() : QApplication::exec();
     controller.applicationWillTerminate();
     return status;
+}
+
+/// What --status prints.
+QByteArray statusText(const platform::ShownStatus &status)
+{
+    QByteArray text;
+    for (const QString &line : app::statusLines(status))
+        text += platform::withVisibleControls(line).toUtf8() + '\n';
+    return text;
+}
+
+QStringList wordsOf(int argc, char **argv)
+{
+    QStringList words;
+    for (int i = 1; i < argc; ++i)
+        words += QString::fromLocal8Bit(argv[i]);
+    return words;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    // Before anything opens a file: it sees to it that none becomes standard error.
+    platform::StderrConsole console;
+    const app::CommandLine line = app::readCommandLine(wordsOf(argc, argv));
+    switch (line.errand) {
+    case app::Errand::Watch:
+        break;
+    case app::Errand::ShowHelp:
+        return command::printText(app::helpText().toUtf8());
+    case app::Errand::ShowVersion:
+        return command::printText(
+            (support::bundleName() + u' ' + support::bundleShortVersionString()).toUtf8() + '\n');
+    case app::Errand::SetAutostart:
+        return command::setAutostart(kApplicationIdentifier, line.autostart);
+    case app::Errand::PrintStatus:
+        if (line.json)
+            return command::printStatus(kApplicationIdentifier, &app::statusJson);
+        return command::printStatus(kApplicationIdentifier, &statusText);
+    case app::Errand::FollowStatus:
+        return command::followStatus(kApplicationIdentifier, &app::barLine);
+    case app::Errand::Quit:
+        return command::quit(kApplicationIdentifier);
+    case app::Errand::Refuse:
+        return command::refuse(line.complaint);
+    }
+    return watch(line, console, argc, argv);
 }

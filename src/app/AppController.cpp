@@ -89,7 +89,7 @@ Task<> AppController::init()
                                          [this] { PreferencesChangedCallback(); });
     co_await initTimerAndRegisterNotifications();
 
-    const std::optional<QString> external = co_await m_externalAddress.externalIP();
+    const std::optional<QString> external = co_await externalIP();
     m_log.LogMessage(formatText(u"The current external IP address is:%@", external));
     std::unique_ptr<QStringList> addresses;
     if (netinfo::CopyIPAddressListSCF(m_platform.stores, &addresses) == netinfo::noErr

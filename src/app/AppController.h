@@ -12,6 +12,7 @@
 #include "netinfo/ExternalAddress.h"
 #include "platform/Menu.h"
 #include "platform/Platform.h"
+#include "platform/StatusPublication.h"
 #include "platform/Task.h"
 #include "support/Console.h"
 
@@ -118,8 +119,15 @@ private:
                                          std::optional<QString> previous);
     platform::Task<> noAddressFound(std::shared_ptr<platform::Menu> menu);
     void rememberAddress(const QString &address);
+    /// These are the local addresses now, for other programs: a name that belonged to another
+    /// first one is none of theirs.
+    void noteAddresses(const QStringList &addresses);
+    /// Tells other programs what is shown and known now.
+    void publishStatus();
     void showChangeIcon();
 
+    /// The external address, kept or looked up; other programs learn of it, too.
+    platform::Task<QString> externalIP();
     platform::Task<> monitorExternalIPAddress();
     void externalTimerFired();
     platform::Task<> pollForTimer(std::weak_ptr<platform::Timer> timer);
@@ -149,6 +157,7 @@ private:
     QStringList m_addresses; ///< The current address list; every successful refresh refills it.
     /// The joined wireless network's name, or "?"; nothing until it is needed first.
     std::optional<QString> m_wirelessName;
+    platform::ShownStatus m_shown; ///< For other programs; its addresses are those of the title.
     std::unique_ptr<platform::StatusItem> m_item;
     std::shared_ptr<platform::Menu> m_menu; ///< The menu of the last build.
 

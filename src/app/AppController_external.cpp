@@ -21,6 +21,13 @@ namespace quillfen::app {
 using platform::Task;
 using support::formatText;
 
+Task<QString> AppController::externalIP()
+{
+    const QString address = co_await m_externalAddress.externalIP();
+    publishStatus();
+    co_return address;
+}
+
 Task<> AppController::monitorExternalIPAddress()
 {
     const std::chrono::seconds interval(m_settings.minutesIntervalInSeconds());
@@ -51,7 +58,7 @@ Task<> AppController::pollForTimer(std::weak_ptr<platform::Timer> timer)
 Task<> AppController::externalIPAddressChangedTimerAction()
 {
     m_log.LogMessage(u"Checking external IP"_s);
-    const std::optional<QString> current = co_await m_externalAddress.externalIP();
+    const std::optional<QString> current = co_await externalIP();
     co_await reportExternalAddress(current);
     logNextCheck();
 }
@@ -91,6 +98,7 @@ Task<> AppController::clearExternalIP()
     m_log.LogMessage(formatText(u"Clearing external IP address. (Allows accessing \"%@\" again.)",
                                 netinfo::kOlderLookupServiceHost));
     m_externalAddress.clear();
+    publishStatus();
     co_return;
 }
 

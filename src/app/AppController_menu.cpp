@@ -90,7 +90,7 @@ Task<> AppController::updateOpeningMenu(std::shared_ptr<Menu> menu, std::functio
 
 Task<> AppController::showExternalAddress(std::shared_ptr<Menu> menu)
 {
-    const std::optional<QString> address = co_await m_externalAddress.externalIP();
+    const std::optional<QString> address = co_await externalIP();
     menu->setTitle(kExternalIPRow, address.value_or(kNoExternalIP));
     if (!address)
         co_return;
@@ -138,7 +138,7 @@ void AppController::selItemCopyExternalAddress(const MenuItem &)
 
 Task<> AppController::copyExternalAddress()
 {
-    const std::optional<QString> address = co_await m_externalAddress.externalIP();
+    const std::optional<QString> address = co_await externalIP();
     if (address)
         m_platform.pasteboard.setText(*address);
     else

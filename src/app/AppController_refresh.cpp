@@ -50,6 +50,8 @@ Task<> AppController::refreshNaming(std::shared_ptr<platform::Menu> menu, bool r
     std::unique_ptr<QStringList> addresses;
     if (netinfo::CopyIPAddressListSCF(m_platform.stores, &addresses) == netinfo::noErr) {
         m_addresses = *addresses;
+        noteAddresses(m_addresses);
+        m_shown.computerName = m_platform.host.machineName();
         if (m_addresses.isEmpty()) {
             co_await noAddressFound(menu);
         } else {
@@ -69,6 +71,8 @@ Task<> AppController::refreshFirstAddress(std::shared_ptr<platform::Menu> menu, 
 {
     const std::optional<QString> name = co_await m_platform.host.name(current);
     showNameIn(menu, name);
+    if (m_shown.addresses.value(0) == current) // or the title has gone ahead meanwhile
+        m_shown.dnsName = name;
     m_log.LogMessage(
         formatText(u"Internal IP address:%@ (%@)", current, name.value_or(u"no name"_s)));
     m_log.LogMessage(u"Current internal IP addresses found listed below:"_s);
@@ -115,8 +119,10 @@ void AppController::showChangeIcon()
 {
     if (!m_settings.displayChangedIconWhenAddressChangeDetected())
         return;
-    if (m_settings.titleIconOnly())
+    if (m_settings.titleIconOnly()) {
         m_item->setTitle({});
+        publishStatus();
+    }
     m_item->setImage(kChangeImage);
 }
 
@@ -140,9 +146,11 @@ Task<> AppController::lookUpWirelessName()
 
 void AppController::showTitle(const QString &title, bool withIcon)
 {
+    m_shown.wirelessNetwork.reset();
     if (withIcon) {
         m_item->setTitle({});
         m_item->setImage(kSmallImage);
+        publishStatus();
         return;
     }
     m_item->setImage(std::nullopt);
@@ -151,9 +159,12 @@ void AppController::showTitle(const QString &title, bool withIcon)
         if (const std::optional<QString> machineName = m_platform.host.machineName())
             composed = formatText(u"%@:%@", composed, *machineName);
     }
-    if (m_wirelessName && m_settings.includeCurrentWirelessNetworkInTitle())
+    if (m_wirelessName && m_settings.includeCurrentWirelessNetworkInTitle()) {
         composed = formatText(u"%@:%@", composed, *m_wirelessName);
+        m_shown.wirelessNetwork = m_wirelessName;
+    }
     m_item->setTitle(composed);
+    publishStatus();
 }
 
 void AppController::watchForTitle()
@@ -173,6 +184,7 @@ void AppController::showTitleAhead(const QStringList &addresses)
 {
     // The mark of a change stays until the turn's own composition takes it away.
     const std::optional<QString> image = m_item->image();
+    noteAddresses(addresses);
     if (addresses.isEmpty())
         showTitle(kNoAddress, false);
     else if (addresses.first().isNull())
@@ -181,6 +193,20 @@ void AppController::showTitleAhead(const QStringList &addresses)
         showTitle(addresses.first(), m_settings.titleIconOnly());
     if (image == kChangeImage)
         m_item->setImage(image);
+}
+
+void AppController::noteAddresses(const QStringList &addresses)
+{
+    if (addresses.value(0) != m_shown.addresses.value(0))
+        m_shown.dnsName.reset();
+    m_shown.addresses = addresses;
+}
+
+void AppController::publishStatus()
+{
+    m_shown.title = m_item->title();
+    m_shown.externalAddress = m_externalAddress.kept();
+    m_platform.statusPublication.publish(m_shown);
 }
 
 void AppController::rememberAddress(const QString &address)

@@ -12,6 +12,7 @@ class Pasteboard;
 class Preferences;
 class Sounds;
 class StatusBar;
+class StatusPublication;
 class SystemConsole;
 class SystemReport;
 class Timers;
@@ -32,6 +33,7 @@ struct Platform {
     SystemReport &systemReport;
     DistributedNotificationCenter &notifications;
     StatusBar &statusBar;
+    StatusPublication &statusPublication;
     Workspace &workspace;
     Pasteboard &pasteboard;
     Sounds &sounds;

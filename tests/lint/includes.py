@@ -19,6 +19,7 @@ _BELOW = {
 }
 _LINUX = "platform/linux"
 _BUS = _LINUX + "/bus"  # below the other folders there
+_COMMANDS = _LINUX + "/commands"  # above them
 _INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(["<])([^">]+)[">]', re.MULTILINE)
 _HEADERS = re.compile(r"\bHEADERS\b(.*?)(?:\bSOURCES\b|\bNEEDS\b|\bLINKS\b|\))", re.DOTALL)
 
@@ -32,6 +33,8 @@ def may_include(file: pathlib.PurePath, included: pathlib.PurePath) -> bool:
         return True
     if file.parent == pathlib.PurePath(_LINUX) and file.stem == "LinuxPlatform":
         return there == "platform" or is_linux(there)
+    if here == _COMMANDS:
+        return there == "platform" or (is_linux(there) and there != _LINUX)
     if is_linux(here):
         return there == "platform" or (there == _BUS and here.startswith(_LINUX + "/"))
     return there in _BELOW.get(here, set())

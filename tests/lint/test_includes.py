@@ -10,6 +10,7 @@ _HEADERS = (
     "app/App.h", "prefs/Prefs.h", "netinfo/Net.h", "mail/Mail.h", "support/Log.h",
     "platform/Host.h", "platform/linux/LinuxPlatform.h", "platform/linux/Shared.h",
     "platform/linux/net/Netlink.h", "platform/linux/panel/Panel.h", "platform/linux/bus/Bus.h",
+    "platform/linux/commands/Commands.h",
 )
 
 _ALLOWED = (
@@ -25,6 +26,9 @@ _ALLOWED = (
     ("platform/linux/LinuxPlatform.h", "platform/linux/net/Netlink.h"),
     ("platform/linux/Shared.cpp", "platform/linux/Shared.h"),
     ("platform/linux/panel/Panel.cpp", "platform/linux/bus/Bus.h"),
+    ("platform/linux/commands/Commands.cpp", "platform/linux/panel/Panel.h"),
+    ("platform/linux/commands/Commands.cpp", "platform/linux/bus/Bus.h"),
+    ("platform/linux/commands/Commands.cpp", "platform/Host.h"),
 )
 
 _FORBIDDEN = (
@@ -39,6 +43,10 @@ _FORBIDDEN = (
     ("platform/linux/LinuxPlatform.cpp", "support/Log.h"),
     ("platform/linux/bus/Bus.cpp", "platform/linux/panel/Panel.h"),
     ("platform/Host.cpp", "platform/linux/bus/Bus.h"),
+    ("platform/linux/panel/Panel.cpp", "platform/linux/commands/Commands.h"),
+    ("platform/linux/bus/Bus.cpp", "platform/linux/commands/Commands.h"),
+    ("platform/linux/commands/Commands.cpp", "platform/linux/LinuxPlatform.h"),
+    ("platform/linux/commands/Commands.cpp", "app/App.h"),
     ("stray/Stray.cpp", "platform/Host.h"),
 )
 

@@ -6,11 +6,12 @@ import itertools
 import pytest
 
 from harness.bus import Bus, Listening, SilentBus
+from harness.command import finish
 from harness.desktop import HEIGHT, Display
 from harness.home import Home
 from harness.network import Network
 from harness.panels import MatePanel, TrayerPanel, XfcePanel
-from harness.program import Program
+from harness.program import Program, environment
 from harness.screen import Screen
 from harness.session_manager import XfceSession
 from harness.status_area import StatusArea
@@ -130,14 +131,24 @@ def whole_screen(display, tmp_path):
 
 
 @pytest.fixture
+def command(request, home, network):
+    """command(*words, bus, more): runs the binary with words to its end. @returns a Finished."""
+    binary = request.config.getoption("--program")
+
+    def run(*words, bus=None, more=None, stdout=None):
+        return finish([*network.enter(), binary, *words], environment(home, bus, more), stdout)
+    return run
+
+
+@pytest.fixture
 def start(request, home, network):
-    """start(bus, display, more): one more run of the program, by default without any of them."""
+    """start(bus, display, more, arguments): one more run of the program, by default without any."""
     binary = request.config.getoption("--program")
     runs = []
     numbers = itertools.count(1)
 
-    def started(bus=None, display=None, more=None):
-        runs.append(Program(binary, home, network, bus, display, next(numbers), more))
+    def started(bus=None, display=None, more=None, arguments=()):
+        runs.append(Program(binary, home, network, bus, display, next(numbers), more, arguments))
         return runs[-1]
     yield started
     for run in runs:

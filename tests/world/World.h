@@ -14,6 +14,7 @@
 #include "world/FakePreferences.h"
 #include "world/FakeSound.h"
 #include "world/FakeStatusBar.h"
+#include "world/FakeStatusPublication.h"
 #include "world/FakeStores.h"
 #include "world/FakeSystemReport.h"
 #include "world/FakeTimers.h"
@@ -46,6 +47,7 @@ public:
     FakeSystemReport report;
     FakeNotifications session;
     FakeStatusBar statusBar;
+    FakeStatusPublication otherProgram;
     FakeWorkspace workspace;
     FakePasteboard pasteboard;
     FakeSounds sounds;
@@ -136,6 +138,7 @@ private:
                 .systemReport = report,
                 .notifications = session,
                 .statusBar = statusBar,
+                .statusPublication = otherProgram,
                 .workspace = workspace,
                 .pasteboard = pasteboard,
                 .sounds = sounds,

@@ -15,6 +15,7 @@
 #include "platform/linux/net/NetlinkStores.h"
 #include "platform/linux/net/Nl80211Report.h"
 #include "platform/linux/panel/StatusAreaBar.h"
+#include "platform/linux/status/StatusService.h"
 #include "platform/linux/web/CurlLibrary.h"
 #include "platform/linux/web/CurlUrlLoader.h"
 
@@ -24,12 +25,16 @@
 
 namespace quillfen::platform {
 
+class BusReturn;
+
 /// What a Linux desktop gives us, built from the ground up. Needs the application object.
 class LinuxPlatform {
 public:
-    /// @p console must outlive this. Notifications go over @p bus, if there is one; @p about is
-    /// what the about panel says.
-    LinuxPlatform(SystemConsole &console, std::optional<QDBusConnection> bus, AboutFacts about);
+    /// @p console must outlive this. Notifications and the status go over @p bus, if there is one;
+    /// @p about is what the about panel says.
+    /// @p busReturn tells of another bus in its place; it must outlive this.
+    LinuxPlatform(SystemConsole &console, std::optional<QDBusConnection> bus,
+                  const BusReturn &busReturn, AboutFacts about);
 
     /// The parts as the program knows them; valid while this lives.
     Platform seams();
@@ -47,6 +52,7 @@ private:
     Nl80211Report m_systemReport;
     BusNotifications m_notifications;
     StatusAreaBar m_statusBar;
+    StatusService m_statusService;
     DesktopWorkspace m_workspace;
     Clipboard m_pasteboard;
     SoundPlayer m_sounds;

@@ -55,11 +55,16 @@ class Bus:
         self._daemon = Process(
             ["dbus-daemon", "--session", "--nofork", "--nopidfile", f"--address={self.address}"],
             self._home.environment(), self._home.folder / "bus.txt")
-        until((self._home.runtime / "bus").exists, lambda: f"a bus: {self._daemon.text()}")
+        until(self._listens, lambda: f"a bus: {self._daemon.text()}")
+
+    def _listens(self):
+        with socket.socket(socket.AF_UNIX) as caller:
+            return caller.connect_ex(f"{self._home.runtime}/bus") == 0
 
     def close(self):
         for connection in self._connections:
-            connection.close_sync(None)
+            if not connection.is_closed():
+                connection.close_sync(None)
         self._daemon.kill()
 
     def break_down(self):

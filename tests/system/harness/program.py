@@ -9,21 +9,25 @@ from .process import Process
 NOBODY_THERE = "unix:path=/nonexistent/bus"
 
 
+def environment(home, bus=None, more=None):
+    """The whole environment of a run in a home and, where there is one, on a bus."""
+    address = bus.address if bus else NOBODY_THERE
+    return home.environment(DBUS_SESSION_BUS_ADDRESS=address) | (more or {})
+
+
 class Program:
     """One run of the binary in a home, a network and, where they exist, on a bus and a display."""
 
-    def __init__(self, binary, home, network, bus=None, display=None, number=1, more=None):
+    def __init__(self, binary, home, network, bus=None, display=None, number=1, more=None,
+                 arguments=()):
         """number tells runs in one home apart: it names the file with the console's text.
         more: variables of its environment beside those that all of this brings.
         """
-        environment = home.environment(
-            DBUS_SESSION_BUS_ADDRESS=bus.address if bus else NOBODY_THERE)
-        if display:
-            environment["DISPLAY"] = display.name
-        environment.update(more or {})
+        on_display = {"DISPLAY": display.name} if display else {}
         self.home = home
         self.log = home.log
-        self._process = Process([*network.enter(), binary], environment,
+        self._process = Process([*network.enter(), binary, *arguments],
+                                environment(home, bus, on_display | (more or {})),
                                 home.folder / f"console-{number}.txt")
 
     @property

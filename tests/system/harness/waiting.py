@@ -6,10 +6,11 @@ import time
 POLL = 0.01  # seconds between two looks
 
 
-def until(condition, what, within=10.0):
+def until(condition, what, within=10.0, pause=POLL):
     """Looks at condition() until it is true and returns what it gave.
 
-    within is in seconds. Past it, fails with what, a text or a function that makes one.
+    within and pause, the time between two looks, are in seconds. Past within, fails with what, a
+    text or a function that makes one.
     """
     deadline = time.monotonic() + within
     while True:
@@ -18,7 +19,7 @@ def until(condition, what, within=10.0):
             return value
         if time.monotonic() > deadline:
             raise AssertionError(f"not within {within} s: {what() if callable(what) else what}")
-        time.sleep(POLL)
+        time.sleep(pause)
 
 
 def stays(condition, what, during):

@@ -27,7 +27,7 @@ const QStringList kRefresh{
     u"Current internal IP addresses found listed below:"_s,
     u"[1] 192.0.2.7"_s,
     u"Last internal IP address: 192.0.2.7"_s,
-    u"Quillfen 0.1.0 refreshed. (192.0.2.7)"_s,
+    u"Quillfen 1.0.0 refreshed. (192.0.2.7)"_s,
 };
 
 QByteArray page(const QByteArray &address)

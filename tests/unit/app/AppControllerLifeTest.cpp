@@ -22,7 +22,7 @@ const QStringList kRefreshWithoutChange{
     u"Current internal IP addresses found listed below:"_s,
     u"[1] 192.0.2.7"_s,
     u"Last internal IP address: 192.0.2.7"_s,
-    u"Quillfen 0.1.0 refreshed. (192.0.2.7)"_s,
+    u"Quillfen 1.0.0 refreshed. (192.0.2.7)"_s,
 };
 
 const QStringList kFirstRefreshEver{
@@ -31,7 +31,7 @@ const QStringList kFirstRefreshEver{
     u"Current internal IP addresses found listed below:"_s,
     u"[1] 192.0.2.7"_s,
     u"(First) Internal IP address changed from:(null) to:192.0.2.7"_s,
-    u"Quillfen 0.1.0 refreshed. (192.0.2.7)"_s,
+    u"Quillfen 1.0.0 refreshed. (192.0.2.7)"_s,
 };
 
 const QStringList kFailedLookup{
@@ -79,7 +79,7 @@ private Q_SLOTS:
         world::World world;
         QVERIFY(world.start());
         const QStringList refresh{u"Checking internal IP"_s, u"No internal IP could not be found"_s,
-                                  u"Quillfen 0.1.0 refreshed. (-.-.-.-)"_s};
+                                  u"Quillfen 1.0.0 refreshed. (-.-.-.-)"_s};
         QCOMPARE(world.takeLog(),
                  QStringList({u"start"_s, u"Starting up..."_s}) + refresh + refresh
                      + kFailedLookup);

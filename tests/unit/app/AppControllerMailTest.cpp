@@ -58,7 +58,7 @@ QStringList changeLines(world::World &world)
     const QStringList lines = world.takeLog();
     const qsizetype from =
         lines.indexOf(u"(First) Internal IP address changed from:192.0.2.7 to:198.51.100.4"_s);
-    const qsizetype to = lines.indexOf(u"Quillfen 0.1.0 refreshed. (198.51.100.4)"_s);
+    const qsizetype to = lines.indexOf(u"Quillfen 1.0.0 refreshed. (198.51.100.4)"_s);
     return lines.mid(from + 1, to - from - 1);
 }
 

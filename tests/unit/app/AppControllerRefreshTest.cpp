@@ -30,7 +30,7 @@ private Q_SLOTS:
                          u"[1] 198.51.100.4"_s, u"Last internal IP address: 192.0.2.7"_s,
                          u"(First) Internal IP address changed from:192.0.2.7 "
                          "to:198.51.100.4"_s,
-                         u"Quillfen 0.1.0 refreshed. (198.51.100.4)"_s}));
+                         u"Quillfen 1.0.0 refreshed. (198.51.100.4)"_s}));
         QCOMPARE(world.preferences.disk().values.value(u"LastIPAddress"_s), u"198.51.100.4"_s);
     }
 
@@ -55,7 +55,7 @@ private Q_SLOTS:
         QTRY_VERIFY(world.logHas(u"refreshed"_s));
         QCOMPARE(world.takeLog(),
                  QStringList({u"Checking internal IP"_s, u"No internal IP could not be found"_s,
-                              u"Quillfen 0.1.0 refreshed. (-.-.-.-)"_s}));
+                              u"Quillfen 1.0.0 refreshed. (-.-.-.-)"_s}));
         QCOMPARE(world.panel().title(), u"-.-.-.-"_s);
         QCOMPARE(world.panel().rows().first(), u"DNS name unavailable"_s);
         QCOMPARE(world.preferences.disk().values.value(u"LastIPAddress"_s), u"-.-.-.-"_s);
@@ -79,7 +79,7 @@ private Q_SLOTS:
             QStringList({u"Checking internal IP"_s, u"Internal IP address:192.0.2.7 (no name)"_s,
                          u"Current internal IP addresses found listed below:"_s, u"[1] 192.0.2.7"_s,
                          u"[2] 198.51.100.4"_s, u"Last internal IP address: 192.0.2.7"_s,
-                         u"Quillfen 0.1.0 refreshed. (192.0.2.7)"_s}));
+                         u"Quillfen 1.0.0 refreshed. (192.0.2.7)"_s}));
     }
 
     void ignoresLetterCase()
@@ -111,7 +111,7 @@ private Q_SLOTS:
         QVERIFY(world.rests());
         QCOMPARE(
             world.takeLog(),
-            QStringList({u"Checking internal IP"_s, u"Quillfen 0.1.0 refreshed. (-.-.-.-)"_s}));
+            QStringList({u"Checking internal IP"_s, u"Quillfen 1.0.0 refreshed. (-.-.-.-)"_s}));
         QCOMPARE(world.panel().title(), u"192.0.2.7"_s);
         QCOMPARE(world.preferences.disk().values.value(u"LastIPAddress"_s), u"192.0.2.7"_s);
     }
@@ -126,7 +126,7 @@ private Q_SLOTS:
         QVERIFY(world.rests());
         QCOMPARE(
             world.takeLog(),
-            QStringList({u"Checking internal IP"_s, u"Quillfen 0.1.0 refreshed. (-.-.-.-)"_s}));
+            QStringList({u"Checking internal IP"_s, u"Quillfen 1.0.0 refreshed. (-.-.-.-)"_s}));
     }
 
     void showsQuestionMarksForAnElementThatIsNoText()

@@ -114,7 +114,7 @@ private Q_SLOTS:
                       u"Current internal IP addresses found listed below:"_s, u"[1] 192.0.2.7"_s,
                       kLookup, u"Wireless network: HomeNet"_s,
                       u"(First) Internal IP address changed from:(null) to:192.0.2.7"_s,
-                      u"Quillfen 0.1.0 refreshed. (192.0.2.7)"_s, u"Checking internal IP"_s,
+                      u"Quillfen 1.0.0 refreshed. (192.0.2.7)"_s, u"Checking internal IP"_s,
                       u"Internal IP address:192.0.2.7 (no name)"_s,
                       u"Current internal IP addresses found listed below:"_s, u"[1] 192.0.2.7"_s,
                       u"Wireless network: HomeNet"_s, u"Last internal IP address: 192.0.2.7"_s}));

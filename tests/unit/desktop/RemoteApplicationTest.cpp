@@ -7,6 +7,7 @@
 #include <QTest>
 
 #include <memory>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -36,10 +37,11 @@ private Q_SLOTS:
         int activated = 0;
         const RemoteApplication application(first, kName, [&activated] { ++activated; });
         QVERIFY(first.registerService(kName));
-        bool answered = false;
-        RemoteApplication::activate(m_bus->connection(), kName, [&answered] { answered = true; });
+        std::optional<bool> comes;
+        RemoteApplication::activate(m_bus->connection(), kName,
+                                    [&comes](bool does) { comes = does; });
         QTRY_COMPARE(activated, 1);
-        QTRY_VERIFY(answered);
+        QTRY_COMPARE(comes, true);
         QVERIFY(!qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
     }
 
@@ -51,7 +53,7 @@ private Q_SLOTS:
             first, kName, [&tokens] { tokens += qgetenv("XDG_ACTIVATION_TOKEN"); });
         QVERIFY(first.registerService(kName));
         qputenv("XDG_ACTIVATION_TOKEN", "token-7");
-        RemoteApplication::activate(m_bus->connection(), kName, [] {});
+        RemoteApplication::activate(m_bus->connection(), kName, [](bool) {});
         qunsetenv("XDG_ACTIVATION_TOKEN");
         QTRY_COMPARE(tokens, QByteArrayList{"token-7"});
         QVERIFY(!qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
@@ -106,6 +108,35 @@ private Q_SLOTS:
         QTRY_COMPARE(activated, 1);
     }
 
+    void endsWhenSomebodyAsksForThat()
+    {
+        QDBusConnection first = m_bus->connection();
+        int activated = 0;
+        int ended = 0;
+        const RemoteApplication application(
+            first, kName, [&activated] { ++activated; }, [&ended] { ++ended; });
+        QVERIFY(first.registerService(kName));
+        QDBusMessage call =
+            QDBusMessage::createMethodCall(kName, kPath, kInterface, u"ActivateAction"_s);
+        call << u"quit"_s << QVariantList() << QVariantMap();
+        QDBusPendingCall answer = m_bus->connection().asyncCall(call);
+        QTRY_VERIFY(answer.isFinished());
+        QVERIFY2(!answer.isError(), qPrintable(answer.error().message()));
+        QTRY_COMPARE(ended, 1);
+        QCOMPARE(activated, 0);
+    }
+
+    void saysThatItHasNoWindow()
+    {
+        QDBusConnection first = m_bus->connection();
+        const RemoteApplication application(first, kName, {});
+        QVERIFY(first.registerService(kName));
+        std::optional<bool> comes;
+        RemoteApplication::activate(m_bus->connection(), kName,
+                                    [&comes](bool does) { comes = does; });
+        QTRY_COMPARE(comes, false);
+    }
+
     void refusesWrongArguments()
     {
         QDBusConnection first = m_bus->connection();
@@ -123,9 +154,10 @@ private Q_SLOTS:
 
     void nobodyThereIsKnownAtOnce()
     {
-        bool answered = false;
-        RemoteApplication::activate(m_bus->connection(), kName, [&answered] { answered = true; });
-        QTRY_VERIFY(answered);
+        std::optional<bool> comes;
+        RemoteApplication::activate(m_bus->connection(), kName,
+                                    [&comes](bool does) { comes = does; });
+        QTRY_COMPARE(comes, false);
     }
 
     void withoutABusThereIsNothingToServe()

@@ -18,11 +18,22 @@ constexpr auto kTwoStrings = "ss"_L1;
 
 BusNotifications::BusNotifications(std::optional<QDBusConnection> bus) : m_bus(std::move(bus))
 {
-    if (m_bus)
-        m_bus->connect({}, kPath, kInterface, kPosted, kTwoStrings, this, SLOT(hear(QDBusMessage)));
+    listen();
 }
 
 BusNotifications::~BusNotifications() = default;
+
+void BusNotifications::moveTo(const QDBusConnection &bus)
+{
+    m_bus = bus;
+    listen();
+}
+
+void BusNotifications::listen()
+{
+    if (m_bus)
+        m_bus->connect({}, kPath, kInterface, kPosted, kTwoStrings, this, SLOT(hear(QDBusMessage)));
+}
 
 void BusNotifications::addObserver(const QString &name, const QString &object,
                                    std::function<void()> callback)

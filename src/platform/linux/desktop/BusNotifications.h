@@ -29,12 +29,16 @@ public:
     explicit BusNotifications(std::optional<QDBusConnection> bus);
     ~BusNotifications() override;
 
+    /// The bus is another from now on.
+    void moveTo(const QDBusConnection &bus);
+
     void addObserver(const QString &name, const QString &object,
                      std::function<void()> callback) override;
     void post(const QString &name, const QString &object) override;
 
 private:
     Q_SLOT void hear(const QDBusMessage &signal);
+    void listen();
     void deliver(const QString &name, const QString &object) const;
 
     struct Observer {

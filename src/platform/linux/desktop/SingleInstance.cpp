@@ -15,12 +15,21 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto kPatience = 2s;
+constexpr auto kBusPatience = 2s;
 
 // D-Bus specification, "Bus messages": org.freedesktop.DBus.RequestName
 constexpr uint kDoNotQueue = 4;
 constexpr uint kNowOwner = 1;
 constexpr uint kOwnerBefore = 4;
+
+QDBusMessage requestOf(const QString &name)
+{
+    QDBusMessage request =
+        QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
+                                       u"org.freedesktop.DBus"_s, u"RequestName"_s);
+    request << name << kDoNotQueue;
+    return request;
+}
 
 SingleInstance::Outcome outcomeOf(const QDBusPendingReply<uint> &reply)
 {
@@ -35,20 +44,22 @@ SingleInstance::Outcome outcomeOf(const QDBusPendingReply<uint> &reply)
 
 SingleInstance::SingleInstance(std::optional<QDBusConnection> bus, const QString &name,
                                std::function<void(Outcome)> told)
+    : m_name(name)
 {
     if (!bus || !bus->isConnected()) { // a call on a lost connection never finishes
         QMetaObject::invokeMethod(
             this, [told = std::move(told)] { told(Outcome::NoBus); }, Qt::QueuedConnection);
         return;
     }
-    QDBusMessage request =
-        QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
-                                       u"org.freedesktop.DBus"_s, u"RequestName"_s);
-    request << name << kDoNotQueue;
-    constexpr auto kTimeout = std::chrono::milliseconds(kPatience);
-    m_answer.emplace(bus->asyncCall(request, int(kTimeout.count())));
+    constexpr auto kTimeout = std::chrono::milliseconds(kBusPatience);
+    m_answer.emplace(bus->asyncCall(requestOf(name), int(kTimeout.count())));
     connect(&*m_answer, &QDBusPendingCallWatcher::finished, this,
             [this, told = std::move(told)] { told(outcomeOf(*m_answer)); });
+}
+
+void SingleInstance::moveTo(const QDBusConnection &bus) const
+{
+    bus.send(requestOf(m_name));
 }
 
 } // namespace quillfen::platform

@@ -28,7 +28,11 @@ public:
     SingleInstance(std::optional<QDBusConnection> bus, const QString &name,
                    std::function<void(Outcome)> told);
 
+    /// The bus is another from now on. Nobody is told whether the name there is ours.
+    void moveTo(const QDBusConnection &bus) const;
+
 private:
+    QString m_name;
     std::optional<QDBusPendingCallWatcher> m_answer; ///< Of the bus, once it comes.
 };
 

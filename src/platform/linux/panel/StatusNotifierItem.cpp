@@ -78,6 +78,14 @@ void StatusNotifierItem::setMenu(std::shared_ptr<Menu> menu)
         m_presence->menu.install(m_menu);
 }
 
+void StatusNotifierItem::appearAnew()
+{
+    if (m_knock || (m_presence && m_presence->bus.get().isConnected()))
+        return;
+    m_presence.reset();
+    queueFlush();
+}
+
 void StatusNotifierItem::queueFlush()
 {
     if (!std::exchange(m_flushQueued, true))

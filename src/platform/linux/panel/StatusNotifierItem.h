@@ -32,6 +32,9 @@ public:
     std::optional<QString> image() const override { return m_image; }
     void setMenu(std::shared_ptr<Menu> menu) override;
 
+    /// There is a session bus again: the item appears on it, unless it is there or under way.
+    void appearAnew();
+
 private:
     struct Presence;
 

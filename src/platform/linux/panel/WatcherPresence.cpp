@@ -43,6 +43,12 @@ void WatcherPresence::start()
     ask();
 }
 
+void WatcherPresence::moveTo(const QDBusConnection &bus)
+{
+    m_bus = bus;
+    start();
+}
+
 void WatcherPresence::ask()
 {
     QDBusMessage call =

@@ -20,6 +20,8 @@ public:
 
     /// Finds out, and tells each change from then on.
     void start();
+    /// The bus is another from now on.
+    void moveTo(const QDBusConnection &bus);
 
 Q_SIGNALS:
     void appeared();

@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/linux/bus/BusReturn.h"
+
+#include <QDBusConnectionInterface>
+#include <QFile>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+
+namespace quillfen::platform {
+
+namespace {
+
+constexpr int kWithin = 20'000; // ms
+
+/// A place where one bus after the other can be started.
+class BusStop {
+public:
+    ~BusStop() { end(); }
+
+    QString address() const { return u"unix:path="_s + path(); }
+    QString path() const { return m_folder.filePath(u"bus"_s); }
+    void start()
+    {
+        m_daemon.start(u"dbus-daemon"_s,
+                       {u"--session"_s, u"--nofork"_s, u"--nopidfile"_s, u"--print-address=1"_s,
+                        u"--address="_s + address()});
+        if (!m_daemon.waitForReadyRead())
+            qFatal("no dbus-daemon: %s", qPrintable(m_daemon.errorString()));
+        m_daemon.readAll();
+    }
+    void end()
+    {
+        m_daemon.kill();
+        m_daemon.waitForFinished();
+    }
+
+private:
+    QTemporaryDir m_folder;
+    QProcess m_daemon;
+};
+
+/// Whether the bus answers on @p connection.
+bool answers(const QDBusConnection &connection)
+{
+    return connection.isConnected()
+        && connection.interface()->isServiceRegistered(u"org.freedesktop.DBus"_s);
+}
+
+} // namespace
+
+class BusReturnTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        m_stop = std::make_unique<BusStop>();
+        m_came.clear();
+    }
+    void cleanup()
+    {
+        m_return.reset();
+        QDBusConnection::disconnectFromBus(u"first"_s);
+        m_stop.reset();
+    }
+
+    void tellsOfTheFirstBus()
+    {
+        follow({});
+        QTest::qWait(0);
+        QCOMPARE(m_came.size(), 0u);
+        m_stop->start();
+        QTRY_COMPARE_WITH_TIMEOUT(m_came.size(), 1u, kWithin);
+        QVERIFY(answers(m_came.back()));
+    }
+
+    void tellsOfOneThatWasOnlyOverlooked()
+    {
+        m_stop->start();
+        follow({});
+        QTRY_COMPARE_WITH_TIMEOUT(m_came.size(), 1u, kWithin);
+        QVERIFY(answers(m_came.back()));
+    }
+
+    void tellsOfEachFurtherBus()
+    {
+        m_stop->start();
+        follow(QDBusConnection::connectToBus(m_stop->address(), u"first"_s));
+        QVERIFY(m_came.empty());
+        for (std::size_t number = 1; number <= 3; ++number) {
+            m_stop->end();
+            m_stop->start();
+            QTRY_COMPARE_WITH_TIMEOUT(m_came.size(), number, kWithin);
+            QVERIFY(answers(m_came.back()));
+        }
+    }
+
+    void hearsOfABusThatComesLongAfterTheLast()
+    {
+        m_stop->start();
+        follow(QDBusConnection::connectToBus(m_stop->address(), u"first"_s));
+        m_stop->end();
+        QTest::qWait(2'500); // longer than it looks for one without being told
+        QVERIFY(m_came.empty());
+        m_stop->start();
+        QTRY_COMPARE_WITH_TIMEOUT(m_came.size(), 1u, kWithin);
+    }
+
+    void takesNothingElseForABus()
+    {
+        follow({});
+        QFile other(m_stop->path());
+        QVERIFY(other.open(QIODevice::WriteOnly));
+        other.close();
+        QTest::qWait(300);
+        QVERIFY(m_came.empty());
+        QVERIFY(other.remove());
+        m_stop->start();
+        QTRY_COMPARE_WITH_TIMEOUT(m_came.size(), 1u, kWithin);
+    }
+
+    void findsNoneAtAnAddressThatIsNone_data()
+    {
+        QTest::addColumn<QByteArray>("address");
+        QTest::newRow("nothing") << QByteArray();
+        QTest::newRow("no folder") << QByteArray("unix:path=/nonexistent/bus");
+        QTest::newRow("no folder at all") << QByteArray("unix:abstract=quillfen nobody");
+        QTest::newRow("rubbish") << QByteArray("\x01;;=,");
+    }
+    void findsNoneAtAnAddressThatIsNone()
+    {
+        QFETCH(QByteArray, address);
+        const BusReturn none(address, {});
+        QSignalSpy returned(&none, &BusReturn::returned);
+        QTest::qWait(100);
+        QCOMPARE(returned.size(), 0);
+    }
+
+private:
+    void follow(const std::optional<QDBusConnection> &bus)
+    {
+        m_return = std::make_unique<BusReturn>(m_stop->address().toLatin1(), bus);
+        connect(m_return.get(), &BusReturn::returned, this,
+                [this](const QDBusConnection &came) { m_came.push_back(came); });
+    }
+
+    std::unique_ptr<BusStop> m_stop;
+    std::unique_ptr<BusReturn> m_return;
+    std::vector<QDBusConnection> m_came;
+};
+
+} // namespace quillfen::platform
+
+QTEST_GUILESS_MAIN(quillfen::platform::BusReturnTest)
+#include "BusReturnTest.moc"
