@@ -4,12 +4,12 @@
 # The Debian packages that this project uses, and how they get onto a machine. Sourced by the
 # scripts beside it.
 
-# To build the program and run it. To run, it wants: what draws its icon, an SVG, in GTK's panels
-# and in its own windows; what shows windows and copies under Wayland; and what opens web pages and
-# files.
+# To build the program and run it. To run, it wants: whom to trust on the web; what draws its icon, an
+# SVG, in GTK's panels and in its own windows; what shows windows and copies under Wayland; and what
+# opens web pages and files.
 build_packages="
   cmake ninja-build g++ pkg-config qt6-base-dev qt6-l10n-tools libmnl-dev libcurl4-openssl-dev
-  libssl-dev librsvg2-common libqt6svg6 qt6-wayland wl-clipboard xdg-utils"
+  libssl-dev ca-certificates librsvg2-common libqt6svg6 qt6-wayland wl-clipboard xdg-utils"
 
 # To test it: compilers and checkers, then the desktops and tools of the system tests, and what
 # their sound and mail servers need.
@@ -19,7 +19,7 @@ test_packages="
   xvfb openbox x11-utils x11-xserver-utils xdotool xclip imagemagick tesseract-ocr tesseract-ocr-eng
   mate-panel mate-indicator-applet ayatana-indicator-application xfce4-panel xfce4-session xfconf
   trayer
-  sway foot wtype at-spi2-core
+  sway foot wtype waybar grim at-spi2-core libfaketime
   adwaita-icon-theme fonts-dejavu-core librsvg2-bin
   pulseaudio-utils pipewire-bin
   libltdl7 liborc-0.4-0 libsoxr0 libspeexdsp1 libtdb1 libwireplumber-0.4-0 libwrap0
@@ -32,6 +32,10 @@ mail_server_packages="exim4-daemon-light postfix sasl2-bin"
 
 # Sound servers, of which the same is true.
 sound_server_packages="pulseaudio pipewire-pulse wireplumber"
+
+# To make the Debian package and look it over, and to try it in a root of its own.
+package_packages="
+  appstream debhelper desktop-file-utils dpkg-dev librsvg2-bin lintian debootstrap"
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then
