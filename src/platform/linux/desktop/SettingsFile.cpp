@@ -7,6 +7,7 @@
 #include <QJsonDocument>
 #include <QJsonParseError>
 #include <QSaveFile>
+#include <QScopeGuard>
 
 #include <algorithm>
 #include <cerrno>
@@ -15,6 +16,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace quillfen::platform {
 
@@ -26,7 +28,6 @@ namespace {
 /// Longer than the tick of the clock that stamps files (10 ms at most) and than an editor
 /// needs between emptying a file and filling it.
 constexpr auto kSettling = 50ms;
-constexpr qint64 kPiece = 16 * 1024; ///< Bytes.
 
 std::chrono::nanoseconds sinceEpoch(const timespec &time)
 {
@@ -98,16 +99,24 @@ bool renameToFree(const QByteArray &from, const QByteArray &to)
     return errno == ENOENT && rename(from.constData(), to.constData()) == 0;
 }
 
-/// The first @p most bytes of @p file. In pieces: Qt makes room for all that it may read before it
-/// reads, which takes longer than reading.
-QByteArray readAtMost(QFile &file, qint64 most)
+/// Reads up to @p most bytes of the open @p file, of which it is said to have @p said.
+/// @returns nothing, with errno set, where that fails.
+std::optional<QByteArray> readAtMost(int file, qint64 most, qint64 said)
 {
-    QByteArray bytes;
-    for (QByteArray more; bytes.size() < most; bytes += more) {
-        more = file.read(std::min(kPiece, most - bytes.size()));
-        if (more.isEmpty())
+    QByteArray bytes(std::min(said + 1, most), Qt::Uninitialized);
+    qsizetype filled = 0;
+    for (;;) {
+        const auto room = static_cast<std::size_t>(bytes.size() - filled);
+        const ssize_t more = ::read(file, bytes.data() + filled, room);
+        if (more < 0 && errno != EINTR)
+            return {};
+        filled += std::max<ssize_t>(more, 0);
+        if (more == 0 || filled == most)
             break;
+        if (filled == bytes.size()) // it has grown meanwhile
+            bytes.resize(std::min(2 * filled, most));
     }
+    bytes.truncate(filled);
     return bytes;
 }
 
@@ -167,19 +176,17 @@ SettingsFile::Reading SettingsFile::read() const
     if (!S_ISREG(status.st_mode)) // never opened: that alone can block or set a device going
         return noFile;
 
-    const int descriptor =
-        open(m_encodedPath.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    QFile file;
-    if (descriptor < 0
-        || !file.open(descriptor, QIODevice::ReadOnly | QIODevice::Unbuffered,
-                      QFileDevice::AutoCloseHandle))
+    // By system calls alone, as few as can be: each change of an address makes us read.
+    const int file = open(m_encodedPath.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (file < 0)
         return Unreadable{lastError()};
-    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))
+    const auto closing = qScopeGuard([file] { close(file); });
+    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode))
         return noFile;
-    const QByteArray bytes = readAtMost(file, kLargest + 1);
-    if (file.error() != QFileDevice::NoError)
-        return Unreadable{file.errorString()};
-    return parse(bytes, status);
+    const std::optional<QByteArray> bytes = readAtMost(file, kLargest + 1, status.st_size);
+    if (!bytes)
+        return Unreadable{lastError()};
+    return parse(*bytes, status);
 }
 
 std::optional<QString> SettingsFile::makeFolder() const
