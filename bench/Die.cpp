@@ -2,8 +2,10 @@
 #include "Die.h"
 
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include <string.h>
 #include <unistd.h>
@@ -22,6 +24,15 @@ int need(int result, const char *doing)
     if (result < 0)
         die(doing, result == -1 ? errno : result);
     return result;
+}
+
+int count(const char *word)
+{
+    int value = 0;
+    const auto [rest, error] = std::from_chars(word, word + std::strlen(word), value);
+    if (error != std::errc{} || *rest || value < 1)
+        die(word);
+    return value;
 }
 
 } // namespace quillfen::bench

@@ -13,4 +13,7 @@ namespace quillfen::bench {
 /// A call that reports through errno alone gives -1, and errno is then what is said.
 int need(int result, const char *doing);
 
+/// @p word of the command line as a number from 1 on, or the end of the program.
+int count(const char *word);
+
 } // namespace quillfen::bench

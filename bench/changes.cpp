@@ -4,17 +4,19 @@
 //
 //   bench_changes INTERFACE add INDEX COUNT          adds COUNT addresses from INDEX on
 //   bench_changes INTERFACE remove INDEX             removes one address
-//   bench_changes INTERFACE time ITEM INDEX COUNT    one change at a time, each one timed
+//   bench_changes INTERFACE time ITEM INDEX COUNT PAUSE   one change at a time, each one timed
 //   bench_changes INTERFACE storm ITEM INDEX COUNT   all changes at once, the last one timed
 //
 // A change takes away address INDEX, which the interface must have, and gives it the next one
-// (AddressChanger.h). ITEM is the object path of the status item that is to show it. Results go
-// to standard output: lines of a name and numbers, times in microseconds.
+// (AddressChanger.h). ITEM is the object path of the status item that is to show it. PAUSE is the
+// least time between two changes, in milliseconds. Results go to standard output: lines of a name
+// and numbers, times in microseconds.
 
 #include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <random>
 #include <string_view>
 #include <thread>
@@ -55,15 +57,15 @@ Clock::time_point hear(LabelListener &listener, int index)
     return *moment;
 }
 
-void timeEach(AddressChanger &changer, LabelListener &listener, int index, int count)
+void timeEach(AddressChanger &changer, LabelListener &listener, int index, int count,
+              std::chrono::milliseconds pauseAtLeast)
 {
-    // Uneven pauses, so that nothing falls into step with a timer; long enough that each change
-    // finds the listener at rest, past its pause between two batches.
+    // Uneven pauses, so that nothing falls into step with a timer.
     std::minstd_rand random(1);
-    std::uniform_int_distribution<int> pause(25'000, 45'000);
+    std::uniform_int_distribution<int> more(0, 20'000);
     int before = 0;
     for (int change = 0; change < kWarmUp + count; ++change, ++index) {
-        std::this_thread::sleep_for(std::chrono::microseconds(pause(random)));
+        std::this_thread::sleep_for(pauseAtLeast + std::chrono::microseconds(more(random)));
         if (change == kWarmUp)
             before = listener.heard();
         const auto asked = Clock::now();
@@ -98,9 +100,10 @@ void storm(AddressChanger &changer, LabelListener &listener, int index, int coun
 int main(int argc, char **argv)
 {
     const std::string_view order = argc > 2 ? argv[2] : "";
-    const bool listens = order == "time" || order == "storm";
-    const int expected = order == "remove" ? 4 : order == "add" ? 5 : listens ? 6 : -1;
-    if (argc != expected)
+    const std::map<std::string_view, int> words{
+        {"remove", 4}, {"add", 5}, {"time", 7}, {"storm", 6}};
+    const auto expected = words.find(order);
+    if (expected == words.end() || argc != expected->second)
         die("usage: bench_changes INTERFACE add|remove|time|storm ...");
 
     AddressChanger changer(argv[1]);
@@ -112,7 +115,12 @@ int main(int argc, char **argv)
             changer.add(index + count);
     } else {
         LabelListener listener(argv[3]);
-        (order == "time" ? timeEach : storm)(changer, listener, number(argv[4]), number(argv[5]));
+        const int index = number(argv[4]);
+        if (order == "time")
+            timeEach(changer, listener, index, number(argv[5]),
+                     std::chrono::milliseconds(number(argv[6])));
+        else
+            storm(changer, listener, index, number(argv[5]));
     }
     return 0;
 }

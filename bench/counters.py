@@ -13,17 +13,13 @@ MAPPING = re.compile(r"[0-9a-f]+-[0-9a-f]+ \S+ \S+ \S+ \S+ *(.*)")
 
 def wake_ups(pid):
     """How often the threads that live now began to wait: voluntary context switches, summed."""
-    return sum(_number(task / "status", "voluntary_ctxt_switches") for task in _tasks(pid))
+    return sum(wake_ups_by_thread(pid).values())
 
 
-def interruptions(pid):
-    """How often the kernel took the processor away from a thread that lives now."""
-    return sum(_number(task / "status", "nonvoluntary_ctxt_switches") for task in _tasks(pid))
-
-
-def threads(pid):
-    """The names of the threads."""
-    return [(task / "comm").read_text(encoding="ascii").strip() for task in _tasks(pid)]
+def wake_ups_by_thread(pid):
+    """The same for each thread, called by its name and number."""
+    return {f"{(task / 'comm').read_text(encoding='utf-8').strip()}/{task.name}":
+            _number(task / "status", "voluntary_ctxt_switches") for task in _tasks(pid)}
 
 
 def processor_time(pid):
@@ -35,6 +31,11 @@ def memory(pid):
     """Private dirty, proportional and resident memory in KiB."""
     rollup = Path(f"/proc/{pid}/smaps_rollup")
     return {name: _number(rollup, name) for name in ("Private_Dirty", "Pss", "Rss")}
+
+
+def threads(pid):
+    """How many there are."""
+    return len(_tasks(pid))
 
 
 def private_dirty_by_mapping(pid):

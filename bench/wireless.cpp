@@ -3,23 +3,20 @@
 // How long it takes to find out to which wireless network this machine is joined, beside the least
 // that it can take: to open a line to the kernel, and to ask a bare question on it.
 //
-//   bench_wireless [TIMES]
+//   bench_wireless TIMES
 //
-// The three take turns, so that all meet the same moods of the machine.
+// The three take turns, so that all meet the same moods of the machine. Writes lines of a name and
+// microseconds to standard output.
 
 #include <QCoreApplication>
 #include <QEventLoop>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
-#include <cstddef>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <memory>
-#include <vector>
 
 #include <libmnl/libmnl.h>
 #include <linux/genetlink.h>
@@ -28,13 +25,14 @@
 #include "platform/Turns.h"
 #include "platform/linux/net/Nl80211Report.h"
 
+using quillfen::bench::count;
 using quillfen::bench::die;
 using quillfen::bench::need;
 using namespace quillfen::platform;
 
 namespace {
 
-using Times = std::vector<double>; ///< Microseconds.
+constexpr int kWarmUp = 10; ///< Rounds that are not counted.
 
 struct CloseSocket {
     void operator()(mnl_socket *socket) const { mnl_socket_close(socket); }
@@ -91,23 +89,14 @@ void lookUp()
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
 
-void measure(Times &times, void (*work)())
+void measure(const char *name, void (*work)(), bool counts)
 {
     using Clock = std::chrono::steady_clock;
     const auto start = Clock::now();
     work();
     const std::chrono::duration<double, std::micro> taken = Clock::now() - start;
-    times.push_back(taken.count());
-}
-
-void print(const char *what, Times times)
-{
-    std::ranges::sort(times);
-    const auto at = [&times](double share) {
-        return times[static_cast<std::size_t>(share * static_cast<double>(times.size() - 1))];
-    };
-    std::printf("%-28s median %7.1f us   p99 %7.1f us   longest %7.1f us\n", what, at(0.5),
-                at(0.99), times.back());
+    if (counts)
+        std::printf("%s %.1f\n", name, taken.count());
 }
 
 } // namespace
@@ -115,18 +104,13 @@ void print(const char *what, Times times)
 int main(int argc, char **argv)
 {
     const QCoreApplication app(argc, argv);
-    const int rounds = argc > 1 ? std::atoi(argv[1]) : 1000;
-    if (argc > 2 || rounds < 1)
-        die("usage: bench_wireless [TIMES]");
-    Times opened;
-    Times asked;
-    Times lookedUp;
-    for (int round = 0; round < rounds; ++round) {
-        measure(opened, openAndClose);
-        measure(asked, askBarely);
-        measure(lookedUp, lookUp);
+    if (argc != 2)
+        die("usage: bench_wireless TIMES");
+    const int times = count(argv[1]);
+    for (int round = -kWarmUp; round < times; ++round) {
+        measure("open", openAndClose, round >= 0);
+        measure("question", askBarely, round >= 0);
+        measure("report", lookUp, round >= 0);
     }
-    print("a line opened and closed", opened);
-    print("a bare question on it", asked);
-    print("the whole report", lookedUp);
+    return 0;
 }
