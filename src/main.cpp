@@ -120,7 +120,7 @@ int watch(const app::CommandLine &line, platform::StderrConsole &stderrConsole, 
             if (forward)
                 leave(u"; its preferences come forward."_s, command::kDone);
             else
-                leave(u", and has no window to show."_s, command::kFailed);
+                leave(u", and does not show its preferences."_s, command::kFailed);
         });
     };
     const auto begin = [&](platform::SingleInstance::Outcome outcome) {

@@ -2,14 +2,23 @@
 # bash completion for quillfen(1)
 
 _quillfen() {
-  case ${COMP_WORDS[COMP_CWORD - 1]} in
-    --autostart)
-      mapfile -t COMPREPLY < <(compgen -W "on off" -- "${COMP_WORDS[COMP_CWORD]}")
-      ;;
+  local word=${COMP_WORDS[COMP_CWORD]} option=${COMP_WORDS[COMP_CWORD - 1]} values
+  # readline makes a word of its own of the "=" between an option and its value
+  if [[ $word == "=" ]]; then
+    word=
+  elif [[ $option == "=" ]]; then
+    option=${COMP_WORDS[COMP_CWORD - 2]}
+  elif [[ $option == --status ]]; then
+    option=
+  fi
+  case $option in
+    --autostart) values="on off" ;;
+    --status) values="json" ;;
     *)
-      mapfile -t COMPREPLY < <(compgen -W "--autostart --follow --headless --help --preferences
-        --quit --status --status=json --version" -- "${COMP_WORDS[COMP_CWORD]}")
+      values="--autostart --follow --headless --help --preferences
+        --quit --status --status=json --version"
       ;;
   esac
+  mapfile -t COMPREPLY < <(compgen -W "$values" -- "$word")
 }
 complete -F _quillfen quillfen

@@ -33,9 +33,22 @@ QString addressesInTooltip(const QStringList &addresses)
     return more <= 0 ? text : text + u" and %1 more"_s.arg(more);
 }
 
+/// What JSON lets stand, and what would steer the terminal that shows it: DEL and C1, and the marks
+/// that turn the direction of what follows.
+bool steers(char16_t c)
+{
+    return (c >= 0x7f && c <= 0x9f) || c == 0x061c || c == 0x200e || c == 0x200f
+        || (c >= 0x2028 && c <= 0x202e) || (c >= 0x2066 && c <= 0x2069);
+}
+
+/// As one line of JSON (RFC 8259). Outside of its texts there is nothing but ASCII, so what steers
+/// stands inside of one and can be escaped.
 QByteArray oneLine(const QJsonObject &object)
 {
-    return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
+    QString line;
+    for (const QChar c : QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)))
+        line += steers(c.unicode()) ? u"\\u%1"_s.arg(c.unicode(), 4, 16, '0'_L1) : QString(c);
+    return line.toUtf8() + '\n';
 }
 
 /// What is to be known beside the title, each on a line; what is not known is left out.

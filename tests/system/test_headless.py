@@ -57,7 +57,7 @@ def test_a_second_one_leaves_the_first_alone(home, bus, display, start):
     assert "Quillfen is already running." in second.console()
     third = start(bus, display)
     assert third.exit_code() == 1
-    assert "Quillfen is already running, and has no window to show." in third.console()
+    assert "Quillfen is already running, and does not show its preferences." in third.console()
     assert home.log.lines().count("start") == 1
     assert first.stop() == 0
 

@@ -114,6 +114,8 @@ private Q_SLOTS:
             {"a backslash", u"a\\n"_s, u"a\\n"_s},
             {"a line end", u"a\nb"_s, u"a\nb"_s},
             {"a control character", u"a\x1b[31m"_s, u"a\x1b[31m"_s},
+            {"what steers a terminal", u"a\u009b31m\u202eb\u007f\u2028\u200f\u2066"_s,
+             u"a\u009b31m\u202eb\u007f\u2028\u200f\u2066"_s},
             {"other letters", u"Büro 🙂"_s, u"Büro 🙂"_s},
         };
         QTest::addColumn<QString>("computer");
@@ -131,6 +133,8 @@ private Q_SLOTS:
         for (const QByteArray &line : {barLine(status), statusJson(status)}) {
             QCOMPARE(line.count('\n'), 1);
             QVERIFY(line.endsWith('\n'));
+            for (const QChar c : u"\u001b\u009b\u202e\u007f\u2028\u200f\u2066"_s)
+                QVERIFY(!QString::fromUtf8(line).contains(c));
         }
         QCOMPARE(parsed(statusJson(status)).value("title"_L1), computer);
         QCOMPARE(parsed(statusJson(status)).value("computerName"_L1), computer);

@@ -54,6 +54,7 @@ void RemoteApplication::activate(const QDBusConnection &bus, const QString &name
 {
     QDBusMessage call = QDBusMessage::createMethodCall(
         name, applicationPath(name), u"org.freedesktop.Application"_s, u"Activate"_s);
+    call.setAutoStartService(false); // one that has just ended is not to come back for this
     QVariantMap platformData;
     if (const QString token = ownActivationToken(); !token.isEmpty())
         platformData[kToken] = token;
