@@ -6,7 +6,6 @@ import stat
 
 import pytest
 
-from harness.home import STAMPED
 from harness.log_tail import LogTail
 from harness.orders import Orders
 from harness.small_disk import BLOCK, SmallDisk

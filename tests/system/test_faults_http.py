@@ -7,12 +7,11 @@ answer is taken.
 
 import gzip
 import zlib
-from dataclasses import dataclass
 
 import pytest
 
 from harness.lookup_service import LookupService, answer, page
-from harness.transcript import LOADING, Transcript, without_dates
+from harness.transcript import Transcript, without_dates
 from harness.vital_signs import vital_signs
 from harness.waiting import until
 

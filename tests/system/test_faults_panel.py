@@ -10,7 +10,6 @@ import pytest
 
 from harness.status_area import StatusArea
 from harness.vital_signs import vital_signs
-from harness.waiting import until
 
 ADDRESS, OTHER = "192.168.77.45", "10.24.68.139"
 STARTED = f"The current (first) internal IP address is:{ADDRESS}"

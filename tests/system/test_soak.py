@@ -160,7 +160,8 @@ class Soak:
         signs = at_rest(self._program.pid)
         self.samples.append((time.monotonic() - self._begun, Counter(self._counts), signs))
         if len(self.samples) == 1:
-            print("\nseconds  changes  menus  saves  mails  private KiB  resident KiB  files  threads")
+            print("\nseconds  changes  menus  saves  mails"
+                  "  private KiB  resident KiB  files  threads")
         print(f"{self.samples[-1][0]:7.0f} {self._changes():8} {self._counts['open_menu']:6} "
               f"{self._counts['save']:6} {len(self._life.mails):6} {signs.private_dirty:12} "
               f"{signs.resident:13} {signs.descriptors:6} {signs.threads:8}", flush=True)

@@ -21,7 +21,7 @@ class Death(Exception):
 
 
 class DyingMailServer:
-    """Listens on 127.0.0.1. Lives through every session until dies() is called."""
+    """Listens on 127.0.0.1 and takes one session at a time; lives through it until dies()."""
 
     def __init__(self, network, authority):
         self._death = (None, None)
@@ -40,8 +40,11 @@ class DyingMailServer:
         self._listener.close()
 
     def dies(self, point, how, by_reset=False):
-        """The sessions from now on. point is what it would say next (see _Session.run()), and how is
-        "before", "within" or "behind" that; None: it lives."""
+        """From now on, it dies in each session; None: it lives.
+
+        point is what it would say next (see _Session.run()); how is "before", "within" or "behind"
+        that.
+        """
         self._death = (point, how)
         self._by_reset = by_reset
 

@@ -89,6 +89,13 @@ class Network:
                 *(f"address add {address} dev {name}" for address in addresses),
                 # The other end first: with it up, the interface has a carrier from its start.
                 f"link set {name}x up", f"link set {name} up")
+        # The kernel says so a little later, and a program that starts before has no address.
+        until(lambda: "state UP" in self._look("link", "show", "dev", name), f"a carrier on {name}")
+
+    def _look(self, *words):
+        """What ip(8) says here."""
+        return subprocess.run([*self.enter(), "ip", *words], stdout=subprocess.PIPE, text=True,
+                              check=True).stdout
 
     def name_machine(self, machine_info):
         """From now on this is the text of /etc/machine-info, which the machine need not have."""
