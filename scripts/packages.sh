@@ -35,7 +35,7 @@ sound_server_packages="pulseaudio pipewire-pulse wireplumber"
 
 # To make the Debian package and look it over, and to try it in a root of its own.
 package_packages="
-  appstream debhelper desktop-file-utils dpkg-dev librsvg2-bin lintian debootstrap"
+  appstream build-essential debhelper desktop-file-utils dpkg-dev librsvg2-bin lintian debootstrap"
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then
