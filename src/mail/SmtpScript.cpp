@@ -3,6 +3,7 @@
 
 #include "mail/CWInternetAddress.h"
 #include "mail/CWMessage.h"
+#include "mail/PlainText.h"
 
 #include <algorithm>
 #include <utility>
@@ -60,6 +61,17 @@ QByteArray withoutName(QByteArray text, const QByteArray &name)
             text.replace(at, name.size(), "*");
     }
     return text;
+}
+
+/// Whether @p secret can be read in @p text, as it came or as it is shown.
+bool holds(const QByteArray &text, const QByteArray &secret)
+{
+    if (secret.isEmpty())
+        return false;
+    const QString shown = plainLine(QString::fromUtf8(secret));
+    return text.toLower().contains(secret.toLower())
+        || (!shown.isEmpty()
+            && plainLine(QString::fromUtf8(text)).contains(shown, Qt::CaseInsensitive));
 }
 
 } // namespace
@@ -126,10 +138,9 @@ QByteArrayList userNameForms(const SmtpLogin &login)
 
 SmtpReply withoutSecrets(SmtpReply reply, const QByteArrayList &secrets)
 {
-    const QByteArray all = reply.texts.join('\n').toLower();
-    const bool tells = std::any_of(secrets.begin(), secrets.end(), [&](const QByteArray &secret) {
-        return !secret.isEmpty() && all.contains(secret.toLower());
-    });
+    const QByteArray all = reply.texts.join('\n');
+    const bool tells = std::any_of(secrets.begin(), secrets.end(),
+                                   [&all](const QByteArray &secret) { return holds(all, secret); });
     return tells ? withTexts(reply, {"(not shown)"}) : std::move(reply);
 }
 

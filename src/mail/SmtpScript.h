@@ -52,8 +52,9 @@ std::optional<SmtpScript> loginScript(QByteArrayView mechanism, const SmtpLogin 
 QByteArrayList passwordForms(const SmtpLogin &login);
 /// The same for the user's name.
 QByteArrayList userNameForms(const SmtpLogin &login);
-/// @p reply without its texts where one of @p secrets is in them, in whatever letter case. Had it
-/// only lost the secrets, the gaps would tell the letters of a short one.
+/// @p reply without its texts where one of @p secrets is in them, in whatever letter case and with
+/// whatever between its letters that plainLine() leaves out. Had it only lost the secrets, the gaps
+/// would tell the letters of a short one.
 SmtpReply withoutSecrets(SmtpReply reply, const QByteArrayList &secrets);
 /// @p reply with each of @p names blotted out that stands for itself, not amid a word.
 SmtpReply withoutNames(SmtpReply reply, const QByteArrayList &names);

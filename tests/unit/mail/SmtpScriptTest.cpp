@@ -190,6 +190,8 @@ private Q_SLOTS:
             {.name = "the password", .text = "not \"pass\"!"},
             {.name = "the password in capitals", .text = "NO PASS"},
             {.name = "the password in a word", .text = "bypassed"},
+            {.name = "the password about a control character", .text = "pa\rss"},
+            {.name = "the password about a mark of direction", .text = "pa\xE2\x80\x8Ess"},
             {.name = "LOGIN's answer", .text = "cGFzcw=="},
             {.name = "PLAIN's answer", .text = "at 5.7.8 AHVzZXIAcGFzcw=="},
         };
