@@ -48,9 +48,9 @@ def test_a_change_is_shown_at_once_and_logged_in_time(home, network, bus, status
 
 
 def test_the_bus_is_answered_all_the_time(home, network, bus, status_area, start, version):
-    start(bus)
+    program = start(bus)
     status_area.item()
-    reader = Reader(status_area)
+    reader = Reader(status_area, program)
     change_address(network)
     home.log.wait_for_line(f"Quillfen {version} refreshed. ({AFTER})", deadline=15)
     reader.stop()

@@ -227,7 +227,7 @@ def test_a_flood_before_the_body_is_not_felt(name, home, bus, status_area, start
     service.answers(service.flood(ENORMOUS, *FLOODS[name]))
     program = start(bus)
     home.log.wait_for_line(STARTED)
-    reader = Reader(status_area)
+    reader = Reader(status_area, program)
     for _ in range(5):
         asked = len(service.requests)
         checks = home.log.last_run().count("Checking internal IP")
@@ -301,12 +301,12 @@ def test_a_silent_service_is_not_felt(home, network, bus, status_area, start, sa
                                       version):
     home.set({"EmailChangesToExternalIPAddress": True})
     begun = time.monotonic()
-    start(bus)
+    program = start(bus)
     status_area.wait_for_title(LOCAL)
     assert time.monotonic() - begun <= 1.0
     until(lambda: service.requests, "a request")
 
-    reader = Reader(status_area)
+    reader = Reader(status_area, program)
     changed = network.ip("address add 198.51.100.4/24 dev lan", "address del 192.0.2.7/24 dev lan")
     assert status_area.arrival(OTHER, since=changed - 1) - changed <= 0.1
     until(lambda: reader.count > 100, "a hundred answers")

@@ -313,7 +313,7 @@ def test_200_recipients_at_once(home, network, bus, status_area, trusting, slow_
 
     recipients = [f"recipient-{number}@example.org" for number in range(MANY)]
     home.set({"Email": ",".join(recipients)})
-    reader = Reader(status_area)
+    reader = Reader(status_area, program)
     change_back(network)
     home.log.wait_for_line(SENT, deadline=30, count=2)
     during = program.private_dirty()

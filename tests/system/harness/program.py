@@ -62,6 +62,14 @@ class Program:
             return next(int(line.split()[1]) for line in rollup
                         if line.startswith("Private_Dirty:"))
 
+    def seconds_in_line(self):
+        """How long its main thread has been ready to run while others had the processors.
+
+        From the kernel's scheduler statistics, /proc/<pid>/schedstat.
+        """
+        waited = Path(f"/proc/{self.pid}/schedstat").read_text(encoding="ascii").split()[1]
+        return int(waited) / 1e9
+
     def children(self):
         """How many processes it has now that are its children; at least 1 if it ever had any.
 

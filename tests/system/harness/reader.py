@@ -8,11 +8,14 @@ import time
 class Reader:
     """Reads the item's title from the bus without a pause, and keeps the longest answer.
 
-    In turns with it, asks the bus itself: how long that takes at most is this machine's noise.
+    The time that the program stood in line for a processor, behind other processes, does not
+    count. In turns with it, asks the bus itself: how long that takes at most is this machine's
+    noise.
     """
 
-    def __init__(self, status_area):
+    def __init__(self, status_area, program):
         self._status_area = status_area
+        self._program = program
         self._ended = threading.Event()
         self._thread = threading.Thread(target=self._read, daemon=True)
         self.count = 0
@@ -22,7 +25,10 @@ class Reader:
 
     def _read(self):
         while not self._ended.is_set():
-            self.longest = max(self.longest, duration(self._status_area.title))
+            in_line = self._program.seconds_in_line()
+            answer = duration(self._status_area.title)
+            in_line = self._program.seconds_in_line() - in_line
+            self.longest = max(self.longest, answer - in_line)
             self.noise = max(self.noise, duration(self._status_area.ask_bus))
             self.count += 1
 
