@@ -40,8 +40,8 @@ endfunction()
 
 # quillfen_fuzz(NAME SOURCES … NEEDS …)
 #
-# One libFuzzer target with a short run under ctest; the run starts from the files that are kept
-# for it in tests/fuzz/corpora (see scripts/fuzz).
+# One libFuzzer target with a short run under ctest. It starts from the files that are kept for it
+# in tests/fuzz/corpora, and always makes up the same inputs; scripts/fuzz makes up others each time.
 function(quillfen_fuzz name)
   cmake_parse_arguments(PARSE_ARGV 1 FUZZ "" "" "SOURCES;NEEDS")
   add_executable(${name} ${FUZZ_SOURCES})
@@ -52,7 +52,7 @@ function(quillfen_fuzz name)
   add_dependencies(fuzzers ${name})
   set(corpus ${CMAKE_CURRENT_BINARY_DIR}/${name}.corpus)
   file(MAKE_DIRECTORY ${corpus})
-  add_test(NAME ${name} COMMAND ${name} -max_total_time=5 -timeout=5 -rss_limit_mb=1024
+  add_test(NAME ${name} COMMAND ${name} -seed=1 -max_total_time=5 -timeout=5 -rss_limit_mb=1024
                                 ${corpus} ${PROJECT_SOURCE_DIR}/tests/fuzz/corpora/${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT 60 LABELS fuzz)
 endfunction()
