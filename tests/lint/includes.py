@@ -1,7 +1,8 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """A folder of src/ includes only itself and the folders below it.
 
-Every header is also named by its folder's CMakeLists.txt, which has it compiled alone.
+Every header is also compiled alone: its folder's CMakeLists.txt names it, and the source of its
+name, where there is one, includes it before anything else.
 """
 
 import pathlib
@@ -65,6 +66,19 @@ def check_includes(src: pathlib.Path, path: pathlib.Path) -> list[Finding]:
     return findings
 
 
+def check_own_header(src: pathlib.Path, path: pathlib.Path) -> list[Finding]:
+    header = path.with_suffix(".h")
+    if not header.is_file():
+        return []
+    code = without_comments(path.read_text(encoding="utf-8"), texts=False)
+    first = _INCLUDE.search(code)
+    own = header.relative_to(src).as_posix()
+    if first and first.group(2) == own:
+        return []
+    line = line_of(code, first.start(1)) if first else 1
+    return [Finding(path, line, f'include "{own}" before anything else')]
+
+
 def check_listed(path: pathlib.Path) -> list[Finding]:
     recipe = path.parent / "CMakeLists.txt"
     listed = set()
@@ -84,6 +98,8 @@ def lint(root: pathlib.Path) -> list[Finding]:
         findings += check_includes(src, path)
         if path.suffix == ".h":
             findings += check_listed(path)
+        else:
+            findings += check_own_header(src, path)
     return findings
 
 

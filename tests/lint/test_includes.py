@@ -76,24 +76,31 @@ class IncludesTest(tree.TreeTest):
                 self.assertEqual([(one.path, one.line) for one in findings], [(path, 2)])
 
     def test_a_tree_in_order_passes(self) -> None:
-        self.write("src/support/Log.cpp", '#include "platform/Host.h"\n#include <vector>\n')
+        self.write("src/support/Log.cpp", '#include "support/Log.h"\n#include "platform/Host.h"\n')
         self.assertEqual(self.found(), [])
 
     def test_an_unknown_file_in_quotes_fails(self) -> None:
-        self.write("src/support/Log.cpp", '#include "Log.h"\n')
+        self.write("src/support/Text.cpp", '#include "Log.h"\n')
         self.assertEqual(self.found(), ['"Log.h" is no file below src/'])
 
     def test_our_own_file_in_angles_fails(self) -> None:
-        self.write("src/platform/Host.cpp", "#include <support/Log.h>\n")
+        self.write("src/platform/Turns.cpp", "#include <support/Log.h>\n")
         self.assertEqual(self.found(), ['write "support/Log.h", a file of ours, in quotes'])
 
     def test_what_the_build_makes_passes(self) -> None:
-        self.write("src/prefs/Prefs.cpp", '#include "ui_Prefs.h"\n#include "Prefs.moc"\n')
+        self.write("src/prefs/Pane.cpp", '#include "ui_Pane.h"\n#include "Pane.moc"\n')
         self.assertEqual(self.found(), [])
 
     def test_an_include_in_a_comment_is_none(self) -> None:
-        self.write("src/platform/Host.cpp", '/*\n#include "app/App.h"\n*/\n')
+        self.write("src/platform/Turns.cpp", '/*\n#include "app/App.h"\n*/\n')
         self.assertEqual(self.found(), [])
+
+    def test_a_source_that_does_not_begin_with_its_own_header_fails(self) -> None:
+        own = '#include "support/Log.h"\n'
+        for text in ("#include <vector>\n" + own, '#include "platform/Host.h"\n', "int a;\n"):
+            with self.subTest(text):
+                self.write("src/support/Log.cpp", "// x\n" + text)
+                self.assertEqual(self.found(), ['include "support/Log.h" before anything else'])
 
     def test_a_header_that_is_not_listed_fails(self) -> None:
         self.write("src/mail/Unlisted.h", "#pragma once\n")
