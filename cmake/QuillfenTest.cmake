@@ -33,6 +33,7 @@ function(quillfen_test name)
   if(NOT TEST_TIMEOUT)
     set(TEST_TIMEOUT 120)
   endif()
+  add_dependencies(test_programs ${name})
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT ${TEST_TIMEOUT} LABELS "${TEST_LABELS}"
                        ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
