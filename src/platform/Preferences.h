@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include <QJsonValue>
@@ -16,6 +17,7 @@ namespace quillfen::platform {
 ///   3. After synchronize() in one process, synchronize() in another sees the value.
 ///   4. Keys that nobody here writes survive every write.
 ///   5. A write that fails keeps its values here; the next synchronize() tries again.
+///   6. While generation() stays the same, value() answers the same.
 class Preferences {
 public:
     virtual ~Preferences() = default;
@@ -27,6 +29,9 @@ public:
     /// Stores what was set, then takes in what other processes stored.
     /// @returns whether all that was set is now stored.
     virtual bool synchronize() = 0;
+    /// A number that is another one than before when any value may be, and never one of those
+    /// before: for whoever wants to keep what he made of the values.
+    virtual std::uint64_t generation() const = 0;
 };
 
 } // namespace quillfen::platform

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """Disks that are full, at every byte of what is written, and folders that go away meanwhile."""
 
+import json
 import shutil
 import stat
 
@@ -136,10 +137,14 @@ def contents(folder):
 
 
 def make_settings_long(home, octets):
-    """Has the settings file be so long when SECOND is stored in it, and FIRST is so far."""
+    """Has the settings file be so long when SECOND is stored in it, and FIRST is so far.
+
+    It is written in place: the program holds the file that it has seen, whose blocks would count.
+    """
     grown = len(SECOND) - len(FIRST)
     missing = octets - home.settings_file.stat().st_size - grown
-    home.set({"Foreign": home.settings()["Foreign"] + "x" * missing})
+    longer = home.settings() | {"Foreign": home.settings()["Foreign"] + "x" * missing}
+    home.settings_file.write_text(json.dumps(longer), encoding="utf-8")
 
 
 # Of two blocks, one is the lock file's and the other the first of a new settings file, which is

@@ -7,6 +7,7 @@
 #include <QMap>
 #include <QString>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -42,6 +43,7 @@ public:
     void setValue(const QString &key, const QJsonValue &value) override
     {
         m_pending.insert(key, value);
+        ++m_generation;
     }
 
     bool synchronize() override
@@ -50,14 +52,19 @@ public:
             m_disk->values.insert(m_pending);
             m_pending.clear();
         }
+        if (m_read != m_disk->values)
+            ++m_generation;
         m_read = m_disk->values;
         return m_pending.isEmpty();
     }
+
+    std::uint64_t generation() const override { return m_generation; }
 
 private:
     std::shared_ptr<SettingsDisk> m_disk;
     QMap<QString, QJsonValue> m_read; ///< As of the last synchronize().
     QMap<QString, QJsonValue> m_pending; ///< Set here, not on the disk yet.
+    std::uint64_t m_generation = 0;
 };
 
 } // namespace quillfen::world

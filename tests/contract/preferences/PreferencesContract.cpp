@@ -6,11 +6,14 @@
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QLockFile>
+#include <QSet>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -198,6 +201,31 @@ private Q_SLOTS:
         QVERIFY(other->synchronize());
         QVERIFY(one->synchronize());
         QCOMPARE(one->value(u"key"_s), QJsonValue(2));
+    }
+
+    void aGenerationEndsWithAnyChangeAndNeverComesBack()
+    {
+        const auto world = makeWorld();
+        const auto one = world->startProcess();
+        const auto other = world->startProcess();
+        QSet<std::uint64_t> past;
+        std::uint64_t generation = one->generation();
+        const auto ends = [&] {
+            past.insert(std::exchange(generation, one->generation()));
+            return !past.contains(generation);
+        };
+        for (int i = 0; i < 10; ++i) {
+            one->setValue(u"key"_s, i);
+            QVERIFY2(ends(), "a value was set here");
+            QVERIFY(one->synchronize());
+            generation = one->generation();
+            other->setValue(u"key"_s, -i - 1);
+            QVERIFY(other->synchronize());
+            QCOMPARE(one->generation(), generation);
+            QVERIFY(one->synchronize());
+            QVERIFY2(ends(), "a value was taken in");
+            QCOMPARE(one->value(u"key"_s), QJsonValue(-i - 1));
+        }
     }
 
     void aWriteThatFailsIsTriedAgain()

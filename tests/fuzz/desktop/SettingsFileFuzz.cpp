@@ -55,7 +55,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         return 0;
     for (const QJsonValue &value : good->object)
         readAsAnything(value);
-    require(!settings.replace(good->object));
+    const SettingsFile::Writing written = settings.replace(good->object);
+    require(std::holds_alternative<SettingsFile::Stored>(written));
     const SettingsFile::Reading again = settings.read();
     require(std::get<SettingsFile::Good>(again).object == good->object);
     return 0;

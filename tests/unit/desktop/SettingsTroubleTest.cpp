@@ -225,7 +225,10 @@ private Q_SLOTS:
             QVERIFY(!settings.synchronize());
         QCOMPARE(settings.value(u"ours"_s), QJsonValue(true));
         QCOMPARE(folder.bytes(), R"({"n":1})");
-        QCOMPARE(m_console.lines().size(), 1);
+        QCOMPARE(
+            m_console.lines(),
+            QStringList(u"The settings wait for %1: it cannot be made (Permission denied)"_s.arg(
+                lockOf(folder))));
 
         QCOMPARE(chmod(encoded(folder.path()).constData(), 0700), 0);
         QVERIFY(settings.synchronize());
@@ -389,6 +392,7 @@ private:
         HOLDS(settings.value(u"ours"_s).has_value());
         HOLDS(folder.bytes() == before);
         HOLDS(m_console.lines().size() == 1);
+        HOLDS(m_console.lines().constFirst().endsWith(u"(No space left on device)"_s));
 
         HOLDS(filler.remove());
         HOLDS(settings.synchronize());

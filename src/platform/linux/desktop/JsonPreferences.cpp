@@ -22,6 +22,17 @@ constexpr auto kLockPatience = 250ms;
 /// patience: a program that is started anew at once stores what it stores.
 constexpr auto kLeftOver = 150ms;
 
+/// Why @p lock could not be taken, where errno was @p error then. Qt itself tells causes apart no
+/// further than into three.
+QString whyNot(const QLockFile &lock, int error)
+{
+    if (lock.error() == QLockFile::LockFailedError)
+        return u"another process holds it"_s;
+    if (error == 0)
+        return u"it cannot be made"_s;
+    return u"it cannot be made (%1)"_s.arg(qt_error_string(error));
+}
+
 /// QLockFile's own waiting goes in steps of 100 ms and more; the lock is held for one or two.
 bool lockWithin(QLockFile &lock, std::chrono::milliseconds patience)
 {
@@ -70,6 +81,7 @@ std::optional<QJsonValue> JsonPreferences::value(const QString &key) const
 void JsonPreferences::setValue(const QString &key, const QJsonValue &value)
 {
     m_pending.insert(key, value);
+    ++m_generation;
 }
 
 bool JsonPreferences::synchronize()
@@ -79,7 +91,7 @@ bool JsonPreferences::synchronize()
                  "absolute path."_s);
         return m_pending.isEmpty();
     }
-    if (m_pending.isEmpty() && m_seen && m_file.isStill(*m_seen))
+    if (m_pending.isEmpty() && m_seen && m_seen->isStill())
         return true;
     const bool well = m_pending.isEmpty() ? readAgain() : store();
     if (well)
@@ -115,12 +127,14 @@ bool JsonPreferences::store()
     for (auto it = m_pending.constBegin(); it != m_pending.constEnd(); ++it)
         merged.insert(it.key(), it.value());
     if (merged != m_stored) {
-        if (const std::optional<QString> why = m_file.replace(merged)) {
-            complain(u"The settings cannot be stored in %1 now: %2"_s.arg(m_file.path(), *why));
+        const SettingsFile::Writing writing = m_file.replace(merged);
+        if (const auto *failed = std::get_if<SettingsFile::NotStored>(&writing)) {
+            complain(
+                u"The settings cannot be stored in %1 now: %2"_s.arg(m_file.path(), failed->why));
             return false;
         }
         m_stored = merged;
-        m_seen.reset();
+        see(std::get<SettingsFile::Stored>(writing).identity);
     }
     m_pending = {};
     return true;
@@ -133,20 +147,21 @@ bool JsonPreferences::takeLock(QLockFile &lock)
         return false;
     }
     // Whoever holds it for so long may do so for longer; wait for it only once.
+    errno = 0;
     if (lockWithin(lock, m_lockWasBusy ? 0ms : kLockPatience)) {
         m_lockWasBusy = false;
         return true;
     }
     m_lockWasBusy = true;
-    const bool busy = lock.error() == QLockFile::LockFailedError;
-    complain(u"The settings wait for %1: %2"_s.arg(
-        m_file.lockPath(), busy ? u"another process holds it"_s : u"it cannot be made"_s));
+    const QString why = whyNot(lock, errno);
+    complain(u"The settings wait for %1: %2"_s.arg(m_file.lockPath(), why));
     return false;
 }
 
 bool JsonPreferences::take(const SettingsFile::Reading &reading)
 {
     m_seen.reset();
+    ++m_generation;
     if (const auto *damaged = std::get_if<SettingsFile::Damaged>(&reading)) {
         if (damaged->young)
             return false; // somebody is writing it: what we know still holds
@@ -160,9 +175,16 @@ bool JsonPreferences::take(const SettingsFile::Reading &reading)
     }
     if (const auto *good = std::get_if<SettingsFile::Good>(&reading)) {
         m_stored = good->object;
-        m_seen = good->identity;
+        see(good->identity);
     }
     return true;
+}
+
+void JsonPreferences::see(const std::optional<FileIdentity> &identity)
+{
+    m_seen.reset();
+    if (identity)
+        m_seen.emplace(m_file.encodedPath(), *identity);
 }
 
 bool JsonPreferences::putAside(const QString &why)

@@ -10,45 +10,24 @@
 #include <QScopeGuard>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace quillfen::platform {
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 namespace {
 
-/// Longer than the tick of the clock that stamps files (10 ms at most) and than an editor
-/// needs between emptying a file and filling it.
-constexpr auto kSettling = 50ms;
-
-std::chrono::nanoseconds sinceEpoch(const timespec &time)
+bool sameTime(const timespec &one, const timespec &other)
 {
-    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
-}
-
-/// How long ago the file was last touched; negative when that lies ahead of the clock.
-std::chrono::nanoseconds age(const struct stat &status)
-{
-    timespec now = {};
-    clock_gettime(CLOCK_REALTIME, &now);
-    return sinceEpoch(now) - std::max(sinceEpoch(status.st_mtim), sinceEpoch(status.st_ctim));
-}
-
-SettingsFile::Identity identityOf(const struct stat &status)
-{
-    return {.device = status.st_dev,
-            .inode = status.st_ino,
-            .size = status.st_size,
-            .modified = status.st_mtim,
-            .changed = status.st_ctim};
+    return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
 }
 
 QString lastError()
@@ -58,8 +37,8 @@ QString lastError()
 
 SettingsFile::Reading parse(const QByteArray &bytes, const struct stat &status)
 {
-    const auto old = age(status);
-    const bool young = old >= 0ns && old < kSettling;
+    const FileIdentity identity = FileIdentity::of(status);
+    const bool young = identity.isYoung();
     if (bytes.size() > SettingsFile::kLargest)
         return SettingsFile::Damaged{.why = u"it is longer than 8 MiB"_s, .young = young};
     QJsonParseError error;
@@ -69,8 +48,8 @@ SettingsFile::Reading parse(const QByteArray &bytes, const struct stat &status)
     if (!document.isObject())
         return SettingsFile::Damaged{.why = u"it is no JSON object"_s, .young = young};
     SettingsFile::Good good{.object = document.object(), .identity = {}};
-    if (old > kSettling)
-        good.identity = identityOf(status);
+    if (identity.isSettled())
+        good.identity = identity;
     return good;
 }
 
@@ -134,6 +113,32 @@ bool writeAll(QSaveFile &file, const QByteArray &bytes)
     return true;
 }
 
+/// Gives the open @p file, of which nobody else knows yet, this moment as its time. What others
+/// write to it gets the time of the kernel's last tick (up to 10 ms ago), or, where files get exact
+/// times (since Linux 6.13), a later one: never this one. So it tells the file as it is now even
+/// from what it becomes within the same tick.
+/// @returns that time; nothing where the clock knows no time between two ticks.
+std::optional<timespec> stampBetweenTicks(int file)
+{
+    timespec tick = {};
+    clock_gettime(CLOCK_REALTIME_COARSE, &tick);
+    std::array<timespec, 2> times = {{{.tv_sec = 0, .tv_nsec = UTIME_OMIT}, {}}};
+    timespec &now = times[1];
+    clock_gettime(CLOCK_REALTIME, &now);
+    if (sameTime(now, tick) || futimens(file, times.data()) != 0)
+        return {};
+    return now;
+}
+
+/// That of the open @p file if it still has the time @p stamp.
+std::optional<FileIdentity> identityIfStamped(int file, const std::optional<timespec> &stamp)
+{
+    struct stat status = {};
+    if (!stamp || fstat(file, &status) != 0 || !sameTime(status.st_mtim, *stamp))
+        return {};
+    return FileIdentity::of(status);
+}
+
 } // namespace
 
 SettingsFile::SettingsFile(QString folder)
@@ -153,15 +158,6 @@ bool SettingsFile::isLockable() const
     // A link does not count as what it leads to: a lock file is made without following any.
     return lstat(QFile::encodeName(lockPath()).constData(), &status) != 0
         || S_ISREG(status.st_mode);
-}
-
-bool SettingsFile::isStill(const Identity &identity) const
-{
-    struct stat status = {};
-    return stat(m_encodedPath.constData(), &status) == 0 && status.st_dev == identity.device
-        && status.st_ino == identity.inode && status.st_size == identity.size
-        && sinceEpoch(status.st_mtim) == sinceEpoch(identity.modified)
-        && sinceEpoch(status.st_ctim) == sinceEpoch(identity.changed);
 }
 
 SettingsFile::Reading SettingsFile::read() const
@@ -196,25 +192,29 @@ std::optional<QString> SettingsFile::makeFolder() const
     return lastError();
 }
 
-std::optional<QString> SettingsFile::replace(const QJsonObject &object) const
+SettingsFile::Writing SettingsFile::replace(const QJsonObject &object) const
 {
     const QByteArray bytes = QJsonDocument(object).toJson();
     if (bytes.size() > kLargest)
-        return u"they are longer than 8 MiB"_s;
+        return NotStored{u"they are longer than 8 MiB"_s};
     // Unbuffered: with a buffer, Qt 6.4 notices a full disk only when it empties the buffer inside
     // commit(), puts the empty file in place all the same and reports success.
     QSaveFile file(m_path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
-        return file.errorString();
+        return NotStored{file.errorString()};
     if (!file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner)
         || !writeAll(file, bytes)) {
         const QString why = file.errorString();
         file.cancelWriting();
-        return why;
+        return NotStored{why};
     }
+    // commit() closes its own, and by then what stands at the path may be another's.
+    const int ours = fcntl(file.handle(), F_DUPFD_CLOEXEC, 0);
+    const auto closing = qScopeGuard([ours] { close(ours); });
+    const std::optional<timespec> stamp = stampBetweenTicks(ours);
     if (!file.commit())
-        return file.errorString();
-    return {};
+        return NotStored{file.errorString()};
+    return Stored{identityIfStamped(ours, stamp)};
 }
 
 std::optional<QString> SettingsFile::putAside() const
