@@ -108,7 +108,10 @@ QString expandFormat(QStringView format)
 
 void Console::log(const QString &format)
 {
-    m_console.write(expandFormat(format));
+    if (format.contains(u'%'))
+        m_console.write(expandFormat(format));
+    else
+        m_console.write(format);
 }
 
 void Console::write(const QString &line)

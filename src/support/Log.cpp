@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/Log.h"
 
+#include "platform/LineBuffer.h"
 #include "platform/Preferences.h"
 #include "platform/Workspace.h"
 #include "support/Console.h"
@@ -35,17 +36,18 @@ QString inOneLine(QString message)
 }
 
 /// What the file's line buffer holds for "[date] message".
-QByteArray lineBuffer(const QByteArray &date, const QString &message)
+platform::LineBuffer lineBuffer(const QByteArray &date, const QString &message)
 {
-    QByteArray buffer;
-    buffer.reserve(kBufferBytes);
-    buffer.append('[').append(date).append("] ").append(inOneLine(message).toUtf8());
+    platform::LineBuffer buffer;
+    buffer.append('[').append(date).append("] ");
+    if (!buffer.appendPlain(message))
+        buffer.append(inOneLine(message));
     if (buffer.size() > kBufferBytes)
-        buffer.clear();
-    if (const qsizetype zero = buffer.indexOf('\0'); zero >= 0)
+        buffer.truncate(0);
+    if (const qsizetype zero = buffer.bytes().indexOf('\0'); zero >= 0)
         buffer.truncate(zero);
     if (buffer.size() < kBufferBytes)
-        buffer += '\n';
+        buffer.append('\n');
     return buffer;
 }
 
@@ -65,11 +67,11 @@ void Log::LogMessage(const std::optional<QString> &message)
 {
     if (!message)
         return;
-    m_preferences.synchronize();
-    if (ShouldLogToSystemConsole())
+    synchronizeSwitches();
+    if (m_toSystemConsole)
         m_console.log(*message);
-    if (PrivateLogHandle && ShouldLogToPrivateLog())
-        PrivateLogHandle->append(lineBuffer(m_date.text(), *message));
+    if (PrivateLogHandle && m_toPrivateLog)
+        PrivateLogHandle->append(lineBuffer(m_date.text(), *message).bytes());
 }
 
 void Log::OpenPrivateLog()
@@ -97,6 +99,17 @@ void Log::ShowPrivateLogInViewer(platform::Workspace &workspace)
     QString file;
     if (FolderChildExists(folder, kFileName, file) && !file.isEmpty())
         workspace.openFile(file);
+}
+
+void Log::synchronizeSwitches()
+{
+    m_preferences.synchronize();
+    const std::uint64_t generation = m_preferences.generation();
+    if (m_generation == generation)
+        return;
+    m_generation = generation;
+    m_toSystemConsole = ShouldLogToSystemConsole();
+    m_toPrivateLog = ShouldLogToPrivateLog();
 }
 
 bool Log::ShouldLogToSystemConsole() const

@@ -5,6 +5,7 @@
 
 #include <QString>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 
@@ -22,9 +23,9 @@ class LogFile;
 ///
 /// A line goes to two independent sinks, the system console and the program's own file
 /// "Quillfen.log" in its support folder. The switches logToSystemConsole and
-/// logToPrivateConsoleLog are read anew for each line. No failure is ever shown or logged: a
-/// file that cannot be made or opened does without the file sink for the rest of the run, a
-/// write that fails for that one line.
+/// logToPrivateConsoleLog are obeyed as they are when a line comes. No failure is ever shown or
+/// logged: a file that cannot be made or opened does without the file sink for the rest of the
+/// run, a write that fails for that one line.
 class Log {
 public:
     /// Both must outlive this object.
@@ -55,9 +56,14 @@ public:
 private:
     bool ShouldLogToSystemConsole() const;
     bool ShouldLogToPrivateLog() const;
+    /// Reads the switches where any setting has changed.
+    void synchronizeSwitches();
 
     Console &m_console;
     platform::Preferences &m_preferences;
+    std::optional<std::uint64_t> m_generation; ///< That of the settings that the next two are of.
+    bool m_toSystemConsole = false;
+    bool m_toPrivateLog = false;
     CurrentDate m_date;
     std::unique_ptr<LogFile> PrivateLogHandle; ///< Null before opening and after closing.
 };

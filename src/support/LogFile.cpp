@@ -4,6 +4,7 @@
 #include "support/DateDescription.h"
 #include "support/FormatText.h"
 
+#include <QByteArray>
 #include <QFile>
 
 #include <cassert>
@@ -38,12 +39,12 @@ QByteArray markerLine(QStringView format)
 }
 
 /// Writes as much of @p text as goes. @returns how much that is; errno tells what stopped it.
-qsizetype writeUntilRefused(int file, const QByteArray &text)
+qsizetype writeUntilRefused(int file, QByteArrayView text)
 {
     qsizetype written = 0;
     while (written < text.size()) {
-        const ssize_t more = ::write(file, text.constData() + written,
-                                     static_cast<std::size_t>(text.size() - written));
+        const ssize_t more =
+            ::write(file, text.data() + written, static_cast<std::size_t>(text.size() - written));
         if (more > 0)
             written += more;
         else if (more == 0 || errno != EINTR)
@@ -76,11 +77,14 @@ std::int16_t LogFile::open(const QString &path)
     return append(markerLine(u"[%@] start\n"));
 }
 
-std::int16_t LogFile::append(const QByteArray &text)
+std::int16_t LogFile::append(QByteArrayView text)
 {
     if (m_file < 0)
         return 0;
-    const QByteArray whole = m_lineBroken ? '\n' + text : text;
+    QByteArray mended;
+    if (m_lineBroken)
+        mended.append('\n').append(text);
+    const QByteArrayView whole = m_lineBroken ? QByteArrayView(mended) : text;
     const qsizetype written = writeUntilRefused(m_file, whole);
     if (written == whole.size()) {
         m_lineBroken = false;

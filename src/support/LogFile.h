@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QByteArray>
+#include <QByteArrayView>
 #include <QString>
 
 #include <cstdint>
@@ -29,7 +29,7 @@ public:
     ///
     /// Where only a part of a text fitted on the disk, the next append first ends that line,
     /// so that no later line is glued to a broken one.
-    std::int16_t append(const QByteArray &text);
+    std::int16_t append(QByteArrayView text);
     /// Appends the stop line, and closes the file whether or not that succeeded.
     std::int16_t close();
 

@@ -6,6 +6,7 @@
 #include <QDateTime>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <climits>
 
@@ -23,7 +24,6 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto kPatience = 20ms;
-constexpr qsizetype kUsualRoom = 256; ///< Bytes; few lines are longer.
 
 bool steersOrForges(char16_t c)
 {
@@ -101,18 +101,20 @@ StderrConsole::~StderrConsole()
 
 void StderrConsole::write(const QString &text)
 {
-    QByteArray line;
-    line.reserve(kUsualRoom);
+    LineBuffer line;
     if (m_amidLine)
-        line += '\n';
+        line.append('\n');
     appendMoment(line);
-    line.append(m_process).append(withVisibleControls(text).toUtf8()).append('\n');
-    const qsizetype sent = send(line);
+    line.append(m_process);
+    if (!line.appendPlain(text))
+        line.append(withVisibleControls(text));
+    line.append('\n');
+    const qsizetype sent = send(line.bytes());
     m_lostLast = sent < line.size();
     m_amidLine = sent > 0 ? m_lostLast : m_amidLine;
 }
 
-void StderrConsole::appendMoment(QByteArray &line)
+void StderrConsole::appendMoment(LineBuffer &line)
 {
     const auto now = std::chrono::system_clock::now();
     const auto second = std::chrono::floor<std::chrono::seconds>(now);
@@ -121,18 +123,17 @@ void StderrConsole::appendMoment(QByteArray &line)
         m_date = dateAndTime(std::chrono::system_clock::to_time_t(second));
     }
     const int thousandths = int((now - second) / 1ms);
-    line.append(m_date).append('.');
-    for (const int unit : {100, 10, 1})
-        line.append(char('0' + thousandths / unit % 10));
-    line.append(' ');
+    const auto digit = [thousandths](int unit) { return char('0' + thousandths / unit % 10); };
+    const std::array<char, 5> rest = {'.', digit(100), digit(10), digit(1), ' '};
+    line.append(m_date).append(QByteArrayView(rest));
 }
 
-qsizetype StderrConsole::send(const QByteArray &line) const
+qsizetype StderrConsole::send(QByteArrayView line) const
 {
-    const Deadline deadline = std::chrono::steady_clock::now() + (m_lostLast ? 0ms : kPatience);
+    std::optional<Deadline> deadline;
     qsizetype sent = 0;
     while (sent < line.size()) {
-        const ssize_t taken = sendSome(line.constData() + sent, std::size_t(line.size() - sent));
+        const ssize_t taken = sendSome(line.data() + sent, std::size_t(line.size() - sent));
         if (taken > 0)
             sent += taken;
         else if (taken == 0 || !goesOn(errno, deadline))
@@ -141,9 +142,13 @@ qsizetype StderrConsole::send(const QByteArray &line) const
     return sent;
 }
 
-bool StderrConsole::goesOn(int error, Deadline deadline) const
+bool StderrConsole::goesOn(int error, std::optional<Deadline> &deadline) const
 {
-    return error == EINTR || (error == EAGAIN && hasRoomBefore(deadline));
+    if (error != EAGAIN)
+        return error == EINTR;
+    if (!deadline)
+        deadline = std::chrono::steady_clock::now() + (m_lostLast ? 0ms : kPatience);
+    return hasRoomBefore(*deadline);
 }
 
 ssize_t StderrConsole::sendSome(const char *bytes, std::size_t count) const

@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/LineBuffer.h"
 #include "platform/SystemConsole.h"
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QString>
 
 #include <chrono>
 #include <cstddef>
+#include <optional>
 
 #include <sys/types.h>
 #include <unistd.h>
@@ -47,12 +50,13 @@ private:
 
     /// Appends the moment. All but its thousandths is put together once for all lines within a
     /// second: that takes longer than writing them.
-    void appendMoment(QByteArray &line);
+    void appendMoment(LineBuffer &line);
     /// @returns how many bytes of @p line got through.
-    qsizetype send(const QByteArray &line) const;
+    qsizetype send(QByteArrayView line) const;
     ssize_t sendSome(const char *bytes, std::size_t count) const;
-    /// Whether it is worth trying on after @p error; waits for room where there is none.
-    bool goesOn(int error, Deadline deadline) const;
+    /// Whether it is worth trying on after @p error; waits for room where there is none, until
+    /// @p deadline, which the first time sets.
+    bool goesOn(int error, std::optional<Deadline> &deadline) const;
     bool hasRoomBefore(Deadline deadline) const;
 
     const QByteArray m_process; ///< "quillfen[4711] ".
