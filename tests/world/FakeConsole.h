@@ -6,18 +6,19 @@
 #include <QString>
 #include <QStringList>
 
-#include <utility>
-
 namespace quillfen::world {
 
 /// A console that someone reads: one entry a line, as it was given.
 class FakeConsole : public platform::SystemConsole {
 public:
-    void write(const QString &text) override { m_lines.append(text); }
+    FakeConsole();
+    ~FakeConsole() override;
+
+    void write(const QString &text) override;
 
     const QStringList &lines() const { return m_lines; }
     /// The lines since the last call.
-    QStringList takeLines() { return std::exchange(m_lines, {}); }
+    QStringList takeLines();
 
 private:
     QStringList m_lines;

@@ -8,7 +8,6 @@
 
 #include <map>
 #include <optional>
-#include <utility>
 #include <vector>
 
 namespace quillfen::world {
@@ -16,54 +15,25 @@ namespace quillfen::world {
 /// A name service that knows what the test told it, and can fall silent; and a computer's name.
 class FakeHost : public platform::Host {
 public:
+    FakeHost();
+    ~FakeHost() override;
+
     /// From now on @p address has the name @p name.
-    void hasName(const QString &address, const QString &name) { m_names[address] = name; }
+    void hasName(const QString &address, const QString &name);
     /// From now on whoever asks has to wait, until answer() or giveUp().
     void keepSilent() { m_silent = true; }
     /// From now on whoever asks hears at once again; who waits goes on waiting.
     void speakAgain() { m_silent = false; }
     /// Answers all who wait for @p address: with @p name, or that there is none.
-    void answer(const QString &address, const std::optional<QString> &name)
-    {
-        std::vector<Question> left;
-        for (const Question &question : std::exchange(m_waiting, {})) {
-            if (question.address == address)
-                question.give(name);
-            else
-                left.push_back(question);
-        }
-        m_waiting.insert(m_waiting.end(), left.begin(), left.end());
-    }
+    void answer(const QString &address, const std::optional<QString> &name);
     /// The 2 s are over for all who wait: they get nothing.
-    void giveUp()
-    {
-        for (const Question &question : std::exchange(m_waiting, {}))
-            question.give(std::nullopt);
-    }
+    void giveUp();
     /// Whether somebody waits for the name of @p address.
-    bool isAskedFor(const QString &address) const
-    {
-        for (const Question &question : m_waiting) {
-            if (question.address == address)
-                return true;
-        }
-        return false;
-    }
-    void setMachineName(const std::optional<QString> &name) { m_machineName = name; }
+    bool isAskedFor(const QString &address) const;
+    void setMachineName(const std::optional<QString> &name);
 
-    platform::Task<std::optional<QString>> name(QString address) override
-    {
-        if (!m_silent) {
-            const auto known = m_names.find(address);
-            if (known == m_names.end())
-                co_return std::nullopt;
-            co_return known->second;
-        }
-        platform::Later<std::optional<QString>> later;
-        m_waiting.push_back({.address = address, .give = later.giver()});
-        co_return co_await later;
-    }
-    std::optional<QString> machineName() const override { return m_machineName; }
+    platform::Task<std::optional<QString>> name(QString address) override;
+    std::optional<QString> machineName() const override;
 
 private:
     struct Question {

@@ -6,16 +6,18 @@
 #include <QString>
 
 #include <optional>
-#include <utility>
 
 namespace quillfen::world {
 
 /// A clipboard, and whoever pastes from it.
 class FakePasteboard : public platform::Pasteboard {
 public:
-    void setText(const QString &text) override { m_text = text; }
+    FakePasteboard();
+    ~FakePasteboard() override;
+
+    void setText(const QString &text) override;
     /// What was copied last; nothing when nothing was since the last call.
-    std::optional<QString> take() { return std::exchange(m_text, std::nullopt); }
+    std::optional<QString> take();
 
 private:
     std::optional<QString> m_text;

@@ -4,12 +4,10 @@
 #include "platform/Later.h"
 #include "platform/TlsTrust.h"
 
-#include <QSslCertificate>
 #include <QSslConfiguration>
 #include <QString>
 
 #include <cstddef>
-#include <utility>
 #include <vector>
 
 namespace quillfen::world {
@@ -18,33 +16,19 @@ namespace quillfen::world {
 /// say so.
 class FakeTlsTrust : public platform::TlsTrust {
 public:
-    FakeTlsTrust() { m_configuration.setCaCertificates({}); }
-    explicit FakeTlsTrust(const QString &file) { trusts(file); }
+    FakeTlsTrust();
+    explicit FakeTlsTrust(const QString &file);
+    ~FakeTlsTrust() override;
 
-    void trusts(const QString &file)
-    {
-        m_configuration.setCaCertificates(QSslCertificate::fromPath(file));
-    }
+    void trusts(const QString &file);
 
     /// From now on whoever asks waits, until speak().
     void keepSilent() { m_silent = true; }
-    void speak()
-    {
-        m_silent = false;
-        for (const auto &give : std::exchange(m_waiting, {}))
-            give(m_configuration);
-    }
+    void speak();
     /// How many have asked in vain.
     std::size_t waiting() const { return m_waiting.size(); }
 
-    platform::Task<QSslConfiguration> configuration() override
-    {
-        if (!m_silent)
-            co_return m_configuration;
-        platform::Later<QSslConfiguration> later;
-        m_waiting.push_back(later.giver());
-        co_return co_await later;
-    }
+    platform::Task<QSslConfiguration> configuration() override;
 
 private:
     QSslConfiguration m_configuration = QSslConfiguration::defaultConfiguration();

@@ -11,11 +11,14 @@ namespace quillfen::world {
 /// A desktop on which every document that was opened lies open.
 class FakeWorkspace : public platform::Workspace {
 public:
-    void openFile(const QString &path) override { m_open += path; }
+    FakeWorkspace();
+    ~FakeWorkspace() override;
+
+    void openFile(const QString &path) override;
     /// The paths of the open documents, the oldest first.
     QStringList open() const { return m_open; }
 
-    void openURL(const QUrl &url) override { m_pages += url.toString(); }
+    void openURL(const QUrl &url) override;
     /// The web pages that were opened, the oldest first.
     QStringList pages() const { return m_pages; }
 

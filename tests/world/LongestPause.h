@@ -4,7 +4,6 @@
 #include <QElapsedTimer>
 #include <QTimer>
 
-#include <algorithm>
 #include <chrono>
 
 namespace quillfen::world {
@@ -12,22 +11,13 @@ namespace quillfen::world {
 /// Watches for how long at most the event loop of this thread stood still.
 class LongestPause {
 public:
-    LongestPause()
-    {
-        m_sinceTick.start();
-        QObject::connect(&m_ticks, &QTimer::timeout, &m_ticks, [this] { tick(); });
-        m_ticks.start(std::chrono::milliseconds(1));
-    }
+    LongestPause();
 
     /// Since this was made, the time up to now included.
-    std::chrono::milliseconds length()
-    {
-        tick();
-        return std::chrono::milliseconds(m_longest);
-    }
+    std::chrono::milliseconds length();
 
 private:
-    void tick() { m_longest = std::max(m_longest, m_sinceTick.restart()); }
+    void tick();
 
     QTimer m_ticks;
     QElapsedTimer m_sinceTick;

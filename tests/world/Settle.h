@@ -4,12 +4,6 @@
 #include "platform/Task.h"
 #include "platform/Turns.h"
 
-#include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QEvent>
-#include <QEventLoop>
-#include <QTimer>
-
 #include <chrono>
 #include <exception>
 #include <optional>
@@ -22,18 +16,8 @@ namespace quillfen::world {
 
 /// Lets the event loop turn until @p turns has no turn left. For tests only: it nests a loop.
 /// @returns false if a turn is still under way after @p deadline.
-inline bool comesToRest(const platform::Turns &turns,
-                        std::chrono::milliseconds deadline = std::chrono::seconds(5))
-{
-    const QDeadlineTimer end(deadline);
-    QTimer wakeUp;
-    wakeUp.start(deadline);
-    while (turns.busy() && !end.hasExpired()) {
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    }
-    return !turns.busy();
-}
+bool comesToRest(const platform::Turns &turns,
+                 std::chrono::milliseconds deadline = std::chrono::seconds(5));
 
 template <typename T>
 using Settled = std::optional<std::conditional_t<std::is_void_v<T>, std::monostate, T>>;
