@@ -58,6 +58,50 @@ private:
     std::thread m_thread;
 };
 
+/// The labels that a panel hears and reads, in the order in which it gets to know of them.
+class LabelReader : public QObject {
+    Q_OBJECT
+
+public:
+    /// Of the item @p item, on the bus @p bus.
+    LabelReader(const QDBusConnection &bus, PanelHost::Item item)
+        : m_bus(bus),
+          m_item(std::move(item))
+    {
+        m_bus.connect(m_item.service, m_item.path, PanelHost::itemInterface(),
+                      u"XAyatanaNewLabel"_s, this, SLOT(hear(QDBusMessage)));
+    }
+    /// Asks for all properties and does not wait.
+    void ask()
+    {
+        QDBusMessage call = QDBusMessage::createMethodCall(
+            m_item.service, m_item.path, u"org.freedesktop.DBus.Properties"_s, u"GetAll"_s);
+        call << PanelHost::itemInterface();
+        m_bus.callWithCallback(call, this, SLOT(read(QDBusMessage)), SLOT(fail()));
+        ++m_open;
+    }
+    /// How many questions have no answer yet.
+    int open() const { return m_open; }
+    const QStringList &labels() const { return m_labels; }
+
+public Q_SLOTS:
+    void hear(const QDBusMessage &signal) { m_labels += signal.arguments().value(0).toString(); }
+    void read(const QDBusMessage &answer)
+    {
+        --m_open;
+        m_labels += qdbus_cast<QVariantMap>(answer.arguments().value(0))
+                        .value(u"XAyatanaLabel"_s)
+                        .toString();
+    }
+    void fail() { m_labels += u"no answer"_s; }
+
+private:
+    QDBusConnection m_bus;
+    PanelHost::Item m_item;
+    int m_open = 0;
+    QStringList m_labels;
+};
+
 } // namespace
 
 /// The item on a session bus, as a panel sees it.
@@ -193,6 +237,32 @@ private Q_SLOTS:
         QCoreApplication::processEvents();
         m_host->catchUp();
         QCOMPARE(m_host->signalNames(), QStringList());
+    }
+
+    void noOlderLabelComesAfterANewerOne()
+    {
+        constexpr int kLabels = 2000;
+        constexpr int kOpenAtMost = 5;
+        const auto label = [](int number) {
+            return u"10.0.0.1:%1"_s.arg(number, 4, 10, QLatin1Char('0'));
+        };
+        m_host->appear();
+        makeItem();
+        m_item->setTitle(label(0));
+        QTRY_COMPARE(m_host->items().size(), std::size_t(1));
+        LabelReader reader(m_bus.connection(), m_host->items()[0]);
+        for (int number = 1; number <= kLabels; ++number) {
+            if (number % 3 != 0 && reader.open() < kOpenAtMost)
+                reader.ask();
+            QCoreApplication::processEvents();
+            m_item->setTitle(label(number));
+        }
+        QTRY_COMPARE(reader.labels().value(reader.labels().size() - 1), label(kLabels));
+        QTRY_COMPARE(reader.open(), 0);
+        QCOMPARE(reader.labels().constLast(), label(kLabels));
+        QStringList inOrder = reader.labels();
+        inOrder.sort();
+        QCOMPARE(reader.labels(), inOrder);
     }
 
     void waitsForAWatcherAndForEachOneAfterIt()

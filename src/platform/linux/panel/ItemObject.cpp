@@ -34,7 +34,8 @@ ItemObject::ItemObject(const QDBusConnection &connection, const QString &path,
                        const QString &menuPath, PanelFace face)
     : ServedObject(connection, path, u"org.kde.StatusNotifierItem"_s, statusNotifierItemXml()),
       m_menuPath(menuPath),
-      m_face(std::move(face))
+      m_face(std::move(face)),
+      m_line(std::make_unique<PromptLine>(connection))
 {
     registerBusTypes();
     // Panels call these on other clicks and the wheel; an error would only fill their logs.

@@ -2,9 +2,12 @@
 #pragma once
 
 #include "platform/linux/panel/PanelImage.h"
+#include "platform/linux/panel/PromptLine.h"
 #include "platform/linux/panel/ServedObject.h"
 
 #include <QString>
+
+#include <memory>
 
 namespace quillfen::platform {
 
@@ -41,9 +44,11 @@ Q_SIGNALS:
 
 private:
     QVariantMap properties() const override;
+    void send(const QDBusMessage &message) const override { m_line->send(message); }
 
     QString m_menuPath;
     PanelFace m_face;
+    std::unique_ptr<PromptLine> m_line;
 };
 
 } // namespace quillfen::platform

@@ -66,14 +66,14 @@ bool ServedObject::handleProperties(const QDBusMessage &message) const
 void ServedObject::reply(const QDBusMessage &message, const QVariantList &results) const
 {
     if (message.isReplyRequired())
-        m_connection.send(message.createReply(results));
+        send(message.createReply(results));
 }
 
 void ServedObject::replyError(const QDBusMessage &message, QDBusError::ErrorType type,
                               const QString &text) const
 {
     if (message.isReplyRequired())
-        m_connection.send(message.createErrorReply(type, text));
+        send(message.createErrorReply(type, text));
 }
 
 void ServedObject::emitSignal(const QString &name, const QVariantList &arguments) const
@@ -82,7 +82,7 @@ void ServedObject::emitSignal(const QString &name, const QVariantList &arguments
         return;
     QDBusMessage signal = QDBusMessage::createSignal(m_path, m_interface, name);
     signal.setArguments(arguments);
-    m_connection.send(signal);
+    send(signal);
 }
 
 } // namespace quillfen::platform

@@ -47,6 +47,8 @@ protected:
                     const QString &text) const;
     /// Emits the signal @p name of this object's interface.
     void emitSignal(const QString &name, const QVariantList &arguments = {}) const;
+    /// Brings all of these to the bus.
+    virtual void send(const QDBusMessage &message) const { m_connection.send(message); }
     QDBusConnection connection() const { return m_connection; }
     QString path() const { return m_path; }
 

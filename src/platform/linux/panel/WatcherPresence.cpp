@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/panel/WatcherPresence.h"
 
+#include "platform/linux/panel/WatcherRegistration.h"
+
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -10,15 +12,6 @@
 using namespace Qt::StringLiterals;
 
 namespace quillfen::platform {
-
-namespace {
-
-QString watcherName()
-{
-    return u"org.kde.StatusNotifierWatcher"_s;
-}
-
-} // namespace
 
 WatcherPresence::WatcherPresence(std::optional<QDBusConnection> bus) : m_bus(std::move(bus))
 {

@@ -16,12 +16,12 @@ namespace {
 
 constexpr std::chrono::milliseconds kAnswerWithin = 5s;
 
+} // namespace
+
 QString watcherName()
 {
     return u"org.kde.StatusNotifierWatcher"_s;
 }
-
-} // namespace
 
 WatcherRegistration::WatcherRegistration(QDBusConnection connection, QString itemPath)
     : m_connection(std::move(connection)),

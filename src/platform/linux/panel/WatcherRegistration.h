@@ -4,8 +4,12 @@
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
 #include <QObject>
+#include <QString>
 
 namespace quillfen::platform {
+
+/// The bus name that panels' watchers share. @source StatusNotifierItem specification
+QString watcherName();
 
 /// Keeps an item of a panel registered with the desktop's StatusNotifierWatcher, whenever one is
 /// there and however often it is replaced. Waits for none.
