@@ -120,13 +120,12 @@ void NetlinkSource::look()
 
 void NetlinkSource::compare(std::vector<Service> services)
 {
-    services = m_subscription.keys.matching(services);
-    const bool changed = addressesOf(services) != addressesOf(m_present);
-    m_present = std::move(services);
-    const bool otherwise = readOtherwise();
-    if (m_told && (changed || otherwise))
-        m_told(addressesOf(m_present));
-    if (m_turns && (otherwise || addressesOf(m_present) != addressesOf(m_subscription.heardOf)))
+    services = m_subscription.keys.matching(services, m_present);
+    const QStringList before = addressesOf(std::exchange(m_present, std::move(services)));
+    const QStringList now = addressesOf(m_present);
+    if (m_told && (now != before || readOtherwise()))
+        m_told(now);
+    if (m_turns && (now != addressesOf(m_subscription.heardOf) || readOtherwise()))
         takeTurn();
 }
 

@@ -48,11 +48,18 @@ std::optional<KeyPatterns> KeyPatterns::from(const QStringList &patterns)
     return keys;
 }
 
-std::vector<Service> KeyPatterns::matching(const std::vector<Service> &services) const
+std::vector<Service> KeyPatterns::matching(const std::vector<Service> &services,
+                                           const std::vector<Service> &known) const
 {
     std::vector<Service> wanted;
-    std::ranges::copy_if(services, std::back_inserter(wanted),
-                         [this](const Service &service) { return match(service); });
+    auto next = known.begin();
+    for (const Service &service : services) {
+        const bool isKnown = next != known.end() && next->identifier == service.identifier;
+        if (isKnown)
+            ++next;
+        if (isKnown || match(service))
+            wanted.push_back(service);
+    }
     return wanted;
 }
 

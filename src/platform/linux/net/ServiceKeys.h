@@ -26,8 +26,10 @@ public:
     /// @returns nothing if one of them is none.
     static std::optional<KeyPatterns> from(const QStringList &patterns);
 
-    /// Those of @p services whose keys match, in the same order.
-    std::vector<Service> matching(const std::vector<Service> &services) const;
+    /// Those of @p services whose keys match, in the same order. Of those that come in the order
+    /// of @p known, an earlier answer, the keys are not matched again.
+    std::vector<Service> matching(const std::vector<Service> &services,
+                                  const std::vector<Service> &known = {}) const;
 
 private:
     bool match(const Service &service) const;
