@@ -1,16 +1,23 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/bus/BusReturn.h"
 
+#include "platform/linux/bus/LocalSockets.h"
+
 #include <QDBusConnectionInterface>
 #include <QFile>
+#include <QFileSystemWatcher>
 #include <QProcess>
 #include <QSignalSpy>
+#include <QSocketNotifier>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <memory>
 #include <optional>
 #include <vector>
+
+#include <sys/socket.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -27,6 +34,7 @@ public:
 
     QString address() const { return u"unix:path="_s + path(); }
     QString path() const { return m_folder.filePath(u"bus"_s); }
+    QString folder() const { return m_folder.path(); }
     void start()
     {
         m_daemon.start(u"dbus-daemon"_s,
@@ -45,6 +53,39 @@ public:
 private:
     QTemporaryDir m_folder;
     QProcess m_daemon;
+};
+
+/// A socket that is no bus: whoever knocks there is counted, and turned away.
+class Turnstile {
+public:
+    /// In the place of what lies there, if anything does.
+    explicit Turnstile(const BusStop &stop) : m_descriptor(socket(AF_UNIX, SOCK_STREAM, 0))
+    {
+        QFile::remove(stop.path());
+        const LocalSocket place = localSockets(stop.address().toLatin1())->front();
+        if (bind(m_descriptor, reinterpret_cast<const sockaddr *>(&place.address), place.size) != 0
+            || listen(m_descriptor, 10) != 0)
+            qFatal("no socket: %s", qPrintable(qt_error_string(errno)));
+        m_knocks = std::make_unique<QSocketNotifier>(m_descriptor, QSocketNotifier::Read);
+        QObject::connect(m_knocks.get(), &QSocketNotifier::activated, m_knocks.get(), [this] {
+            close(accept(m_descriptor, nullptr, nullptr));
+            ++m_count;
+        });
+    }
+    ~Turnstile()
+    {
+        m_knocks.reset();
+        close(m_descriptor);
+    }
+    Turnstile(const Turnstile &) = delete;
+    Turnstile &operator=(const Turnstile &) = delete;
+
+    int count() const { return m_count; }
+
+private:
+    int m_descriptor;
+    int m_count = 0;
+    std::unique_ptr<QSocketNotifier> m_knocks;
 };
 
 /// Whether the bus answers on @p connection.
@@ -124,6 +165,30 @@ private Q_SLOTS:
         QVERIFY(m_came.empty());
         QVERIFY(other.remove());
         m_stop->start();
+        QTRY_COMPARE_WITH_TIMEOUT(m_came.size(), 1u, kWithin);
+    }
+
+    void knocksAgainOnlyAtAnotherSocket()
+    {
+        constexpr int kAllTries = 6;
+        auto first = std::make_unique<Turnstile>(*m_stop);
+        follow({});
+        QTRY_COMPARE_WITH_TIMEOUT(first->count(), kAllTries, kWithin);
+
+        // Made later than the one under test, so this hears of a change after it.
+        QFileSystemWatcher folder({m_stop->folder()});
+        QSignalSpy changed(&folder, &QFileSystemWatcher::directoryChanged);
+        QFile other(m_stop->folder() + u"/other"_s);
+        QVERIFY(other.open(QIODevice::WriteOnly));
+        other.close();
+        QTRY_VERIFY_WITH_TIMEOUT(!changed.isEmpty(), kWithin);
+        QTest::qWait(100);
+        QCOMPARE(first->count(), kAllTries);
+
+        const Turnstile second(*m_stop);
+        first.reset();
+        QTRY_COMPARE_WITH_TIMEOUT(second.count(), kAllTries, kWithin);
+        m_stop->start(); // which takes the place of the socket
         QTRY_COMPARE_WITH_TIMEOUT(m_came.size(), 1u, kWithin);
     }
 

@@ -10,6 +10,8 @@
 #include <chrono>
 #include <utility>
 
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
@@ -35,12 +37,27 @@ QStringList foldersOf(const QByteArray &addresses)
 
 } // namespace
 
+BusReturn::SocketFiles BusReturn::socketFiles() const
+{
+    SocketFiles files;
+    for (const LocalSocket &socket :
+         localSockets(m_addresses).value_or(std::vector<LocalSocket>())) {
+        struct stat status = {};
+        if (stat(socket.address.sun_path, &status) == 0 && S_ISSOCK(status.st_mode))
+            files.push_back({.device = status.st_dev,
+                             .number = status.st_ino,
+                             .seconds = status.st_ctim.tv_sec,
+                             .nanoseconds = status.st_ctim.tv_nsec});
+    }
+    return files;
+}
+
 BusReturn::BusReturn(QByteArray addresses, const std::optional<QDBusConnection> &bus)
     : m_addresses(std::move(addresses))
 {
     m_again.setSingleShot(true);
     connect(&m_again, &QTimer::timeout, this, &BusReturn::knock);
-    connect(&m_folders, &QFileSystemWatcher::directoryChanged, this, &BusReturn::lookAnew);
+    connect(&m_folders, &QFileSystemWatcher::directoryChanged, this, &BusReturn::folderChanged);
     if (bus)
         follow(*bus);
     else
@@ -71,8 +88,16 @@ void BusReturn::watchFolders()
         m_folders.addPaths(folders);
 }
 
+void BusReturn::folderChanged()
+{
+    // Most of what changes there is other programs'.
+    if (const SocketFiles files = socketFiles(); !files.empty() && files != m_knockedAt)
+        lookAnew();
+}
+
 void BusReturn::lookAnew()
 {
+    m_knockedAt = socketFiles();
     m_tries = 0;
     knock();
 }

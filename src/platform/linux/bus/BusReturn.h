@@ -11,6 +11,9 @@
 
 #include <memory>
 #include <optional>
+#include <vector>
+
+#include <sys/types.h>
 
 namespace quillfen::platform {
 
@@ -18,8 +21,9 @@ namespace quillfen::platform {
 ///
 /// A connection of the bus library's never comes back by itself, and neither does the one that it
 /// shares in a process; so whoever is on the bus moves to another. Nothing is asked time and again:
-/// what changes in the folder of the bus's socket says when to look. Where it lies in none, only
-/// the first seconds count. Never waits. Main thread only.
+/// what changes in the folder of the bus's socket says when to look, and a bus is asked for when
+/// another socket is there than before. Where it lies in no folder, only the first seconds count.
+/// Never waits. Main thread only.
 class BusReturn : public QObject {
     Q_OBJECT
 
@@ -37,8 +41,21 @@ private Q_SLOTS:
     void busEnded();
 
 private:
+    /// What tells a socket from the next one of its name.
+    struct SocketFile {
+        dev_t device;
+        ino_t number;
+        time_t seconds; ///< These two: of its last change.
+        long nanoseconds;
+        friend bool operator==(const SocketFile &, const SocketFile &) = default;
+    };
+    using SocketFiles = std::vector<SocketFile>;
+
+    /// Those that are there now.
+    SocketFiles socketFiles() const;
     void follow(QDBusConnection bus);
     void watchFolders();
+    void folderChanged();
     void lookAnew();
     void knock();
     void takeNoForAnAnswer();
@@ -47,6 +64,7 @@ private:
     QByteArray m_addresses;
     QString m_name; ///< Of the connection that was made last; empty before the first.
     QFileSystemWatcher m_folders;
+    SocketFiles m_knockedAt; ///< What was there when it was looked anew for a bus.
     QTimer m_again;
     int m_tries = 0;
     std::unique_ptr<BusKnock> m_knock;
