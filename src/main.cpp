@@ -12,6 +12,7 @@
 #include "platform/linux/bus/ActivationToken.h"
 #include "platform/linux/bus/BusReturn.h"
 #include "platform/linux/bus/SessionBus.h"
+#include "platform/linux/commands/CommandOutput.h"
 #include "platform/linux/commands/Commands.h"
 #include "platform/linux/desktop/FreeMemory.h"
 #include "platform/linux/desktop/QtArguments.h"
@@ -166,25 +167,28 @@ QStringList wordsOf(int argc, char **argv)
 
 int main(int argc, char **argv)
 {
-    // Before anything opens a file: it sees to it that none becomes standard error.
+    // Before anything opens a file, and in this order: the console sees to it that none becomes
+    // standard error or standard output, closed as these may be.
+    const platform::CommandOutput output;
     platform::StderrConsole console;
     const app::CommandLine line = app::readCommandLine(wordsOf(argc, argv));
     switch (line.errand) {
     case app::Errand::Watch:
         break;
     case app::Errand::ShowHelp:
-        return command::printText(app::helpText().toUtf8());
+        return command::printText(output, app::helpText().toUtf8());
     case app::Errand::ShowVersion:
         return command::printText(
+            output,
             (support::bundleName() + u' ' + support::bundleShortVersionString()).toUtf8() + '\n');
     case app::Errand::SetAutostart:
         return command::setAutostart(kApplicationIdentifier, line.autostart);
     case app::Errand::PrintStatus:
         if (line.json)
-            return command::printStatus(kApplicationIdentifier, &app::statusJson);
-        return command::printStatus(kApplicationIdentifier, &statusText);
+            return command::printStatus(output, kApplicationIdentifier, &app::statusJson);
+        return command::printStatus(output, kApplicationIdentifier, &statusText);
     case app::Errand::FollowStatus:
-        return command::followStatus(kApplicationIdentifier, &app::barLine);
+        return command::followStatus(output, kApplicationIdentifier, &app::barLine);
     case app::Errand::Quit:
         return command::quit(kApplicationIdentifier);
     case app::Errand::Refuse:

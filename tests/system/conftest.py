@@ -132,11 +132,13 @@ def whole_screen(display, tmp_path):
 
 @pytest.fixture
 def command(request, home, network):
-    """command(*words, bus, more): runs the binary with words to its end. @returns a Finished."""
+    """command(*words, bus, more, stdout, through): runs the binary with words to its end.
+    @returns a Finished."""
     binary = request.config.getoption("--program")
 
-    def run(*words, bus=None, more=None, stdout=None):
-        return finish([*network.enter(), binary, *words], environment(home, bus, more), stdout)
+    def run(*words, bus=None, more=None, stdout=None, through=()):
+        argv = [*network.enter(), *through, binary, *words]
+        return finish(argv, environment(home, bus, more), stdout)
     return run
 
 

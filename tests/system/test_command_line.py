@@ -7,6 +7,7 @@ import subprocess
 import pytest
 from gi.repository import Gio
 
+from harness.command import WITHOUT_OUTPUT
 from harness.waiting import until
 
 STARTED = "The current (first) internal IP address is:192.0.2.7"
@@ -65,11 +66,14 @@ def test_a_command_line_that_makes_no_sense(words, complaint, home, bus, command
     assert not traces(home)
 
 
-def test_what_cannot_be_printed_is_said(command):
+@pytest.mark.parametrize("option", ["--version", "--help"])
+def test_what_cannot_be_printed_is_said(option, command):
+    said = "quillfen: nothing can be printed: "
     with open("/dev/full", "wb") as full:
-        done = command("--version", stdout=full)
-    assert done.status == 1
-    assert done.complaint() == "quillfen: nothing can be printed: No space left on device."
+        done = command(option, stdout=full)
+    assert (done.status, done.complaint()) == (1, f"{said}No space left on device.")
+    done = command(option, through=WITHOUT_OUTPUT)
+    assert (done.status, done.complaint()) == (1, f"{said}Bad file descriptor.")
 
 
 def test_options_of_the_toolkit_are_taken(home, start):

@@ -10,6 +10,7 @@ import time
 import pytest
 from gi.repository import GLib
 
+from harness.command import WITHOUT_OUTPUT
 from harness.follower import Follower
 from harness.lookup_service import LookupService, answer, page
 from harness.program import environment
@@ -117,6 +118,17 @@ def test_nobody_to_ask(option, bus, command):
     done = command(option, bus=bus)
     assert (done.status, done.complaint()) == (1, "quillfen: Quillfen is not running.")
     assert not bus.has_owner(NAME)
+
+
+@pytest.mark.parametrize("option", ["--status", "--follow"])
+def test_what_cannot_be_printed_is_said(option, bus, run, command):
+    run()
+    said = "quillfen: nothing can be printed: "
+    with open("/dev/full", "wb") as full:
+        done = command(option, bus=bus, stdout=full)
+    assert (done.status, done.complaint()) == (1, f"{said}No space left on device.")
+    done = command(option, bus=bus, through=WITHOUT_OUTPUT)
+    assert (done.status, done.complaint()) == (1, f"{said}Bad file descriptor.")
 
 
 @pytest.mark.parametrize("option", ["--status", "--follow"])

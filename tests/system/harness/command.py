@@ -5,6 +5,9 @@ import subprocess
 import time
 from typing import NamedTuple
 
+# In front of a command: it then starts with its standard output closed.
+WITHOUT_OUTPUT = ("/bin/sh", "-c", 'exec "$@" >&-', "sh")
+
 
 class Finished(NamedTuple):
     """What it left behind."""

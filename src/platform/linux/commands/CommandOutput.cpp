@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <utility>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -38,9 +39,11 @@ int writeAll(int descriptor, QByteArrayView bytes)
 
 } // namespace
 
-int command::print(const QByteArray &text)
+CommandOutput::CommandOutput() : m_closed(fcntl(STDOUT_FILENO, F_GETFD) < 0) { }
+
+int CommandOutput::print(const QByteArray &text) const
 {
-    return writeAll(STDOUT_FILENO, text);
+    return m_closed ? EBADF : writeAll(STDOUT_FILENO, text);
 }
 
 void command::complain(const QString &text)

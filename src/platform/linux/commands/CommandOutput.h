@@ -9,17 +9,26 @@
 
 namespace quillfen::platform {
 
-/// Where a command that does one thing and ends writes what it has to say. It waits for whoever
-/// reads; the program itself writes to its console (StderrConsole), which does not.
+/// Where a command that does one thing and ends writes its answer: standard output. It waits for
+/// whoever reads; the program itself writes to its console (StderrConsole), which does not.
 ///
-/// Needs a StderrConsole made before, which keeps a reader's end from being ours.
+/// Make it before a StderrConsole, which puts the null device where standard output is closed: all
+/// would seem to be printed there. That in turn keeps a reader's end from being ours.
+class CommandOutput {
+public:
+    CommandOutput();
+
+    /// Writes @p text as it is. @returns 0, or the errno of what went wrong.
+    int print(const QByteArray &text) const;
+
+private:
+    bool m_closed; ///< From the start on.
+};
+
 namespace command {
 
-/// Writes @p text to standard output as it is. @returns 0, or the errno of what went wrong.
-int print(const QByteArray &text);
-
-/// Writes "quillfen: ", @p text, a full stop and a line end to standard error, in one line whatever it
-/// contains.
+/// Writes "quillfen: ", @p text, a full stop and a line end to standard error, in one line whatever
+/// it contains. Needs a StderrConsole.
 void complain(const QString &text);
 
 } // namespace command

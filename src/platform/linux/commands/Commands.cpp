@@ -33,6 +33,11 @@ int fail(const QString &complaint)
     return kFailed;
 }
 
+int failToPrint(int error)
+{
+    return fail(u"nothing can be printed: "_s + qt_error_string(error));
+}
+
 /// The way to the running program: an event loop, and the session bus.
 class Line {
 public:
@@ -74,10 +79,10 @@ int watchStatus(const QDBusConnection &bus, const QString &name,
 
 } // namespace
 
-int printText(const QByteArray &text)
+int printText(const CommandOutput &output, const QByteArray &text)
 {
-    const int error = print(text);
-    return error == 0 ? kDone : fail(u"nothing can be printed: "_s + qt_error_string(error));
+    const int error = output.print(text);
+    return error == 0 ? kDone : failToPrint(error);
 }
 
 int refuse(const QString &complaint)
@@ -92,18 +97,18 @@ int setAutostart(const QString &name, bool on)
     return failure ? fail(*failure) : kDone;
 }
 
-int printStatus(const QString &name, const Form &form)
+int printStatus(const CommandOutput &output, const QString &name, const Form &form)
 {
     const Line line;
     const std::optional<QDBusConnection> bus = line.bus();
     if (!bus)
         return kFailed;
-    return watchStatus(*bus, name, [&form](const ShownStatus &status) {
-        QCoreApplication::exit(printText(form(status)));
+    return watchStatus(*bus, name, [&](const ShownStatus &status) {
+        QCoreApplication::exit(printText(output, form(status)));
     });
 }
 
-int followStatus(const QString &name, const Form &form)
+int followStatus(const CommandOutput &output, const QString &name, const Form &form)
 {
     const Line line;
     const std::optional<QDBusConnection> bus = line.bus();
@@ -116,11 +121,11 @@ int followStatus(const QString &name, const Form &form)
         if (text == last)
             return;
         last = text;
-        const int error = print(text);
+        const int error = output.print(text);
         if (error == EPIPE)
             QCoreApplication::exit(kDone);
         else if (error != 0)
-            QCoreApplication::exit(fail(u"nothing can be printed: "_s + qt_error_string(error)));
+            QCoreApplication::exit(failToPrint(error));
     });
 }
 
