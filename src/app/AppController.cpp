@@ -3,7 +3,7 @@
 
 #include <chrono>
 
-#include "app/Identifiers.h"
+#include "app/StatusTitle.h"
 #include "netinfo/IPAddressList.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/DynamicStore.h"
@@ -54,10 +54,10 @@ std::chrono::seconds initialRefresh(platform::Preferences &preferences)
 
 AppController::AppController(const platform::Platform &platform, support::Log &log,
                              platform::Turns &turns, std::function<void()> terminate)
-    : m_platform(platform),
+    : MenuCommands(platform, log, turns, std::move(terminate)),
+      m_platform(platform),
       m_log(log),
       m_turns(turns),
-      m_terminate(std::move(terminate)),
       m_settings(platform.preferences),
       m_console(platform.console),
       m_notifiers(log, m_console, platform.preferences, platform.host, platform.names,
@@ -79,7 +79,8 @@ Task<> AppController::init()
     m_log.LogMessage(u"Starting up..."_s);
     m_addresses.reserve(kAddressListCapacity);
     m_item = m_platform.statusBar.statusItemWithLength(platform::kVariableStatusItemLength);
-    watchForTitle();
+    m_title = std::make_unique<StatusTitle>(m_platform, m_log, *m_item, m_externalAddress);
+    m_title->watch();
     // Until the first refresh brings the real one: a name server or a service that keeps silent
     // holds that up for long, and there must be something to quit from.
     buildMenu();

@@ -8,11 +8,10 @@
 #include <QStringList>
 
 #include "app/AppSettings.h"
+#include "app/MenuCommands.h"
 #include "mail/Notifiers.h"
 #include "netinfo/ExternalAddress.h"
-#include "platform/Menu.h"
 #include "platform/Platform.h"
-#include "platform/StatusPublication.h"
 #include "platform/Task.h"
 #include "support/Console.h"
 
@@ -34,16 +33,18 @@ class QuillfenPrefPane;
 
 namespace quillfen::app {
 
+class StatusTitle;
+
 /// The one controller of the process: it owns the status item and its menu, keeps the list of
 /// local addresses, and reacts to what happens.
 ///
 /// Whatever may have to wait is a turn: an event's work runs from beginning to end before the
-/// next event's begins. The title alone does not wait its turn (showTitleAhead()).
+/// next event's begins. The title alone does not wait its turn (StatusTitle).
 ///
-/// Its sources, one subject each: AppController.cpp (life), …_refresh.cpp (addresses and title),
-/// …_external.cpp (the external address), …_mail.cpp (the alerts), …_menu.cpp (the status menu and
-/// its commands).
-class AppController : public platform::MenuDelegate {
+/// Its sources, one subject each: AppController.cpp (life), …_refresh.cpp (the local addresses),
+/// …_external.cpp (the external address), …_mail.cpp (the alerts), …_menu.cpp (the status menu;
+/// what its rows do is in MenuCommands).
+class AppController : public MenuCommands {
 public:
     /// @p terminate ends the run loop; applicationWillTerminate() is then expected.
     AppController(const platform::Platform &platform, support::Log &log, platform::Turns &turns,
@@ -64,8 +65,7 @@ public:
     platform::Task<> refresh(bool rebuildMenu);
     /// A local address changed: refreshes, and shows the change icon where that is wanted.
     platform::Task<> ipAddressChanged();
-    /// Composes and shows the status title: @p title with the wanted names behind it or, with
-    /// @p withIcon, an icon alone. A wireless network's name that is not known yet is looked up.
+    /// Composes and shows the status title: see StatusTitle.
     platform::Task<> setTitle(QString title, bool withIcon);
 
     /// One poll: asks for the external address, reports a change and logs when the next is due.
@@ -76,30 +76,16 @@ public:
 
     /// Builds the menu from the present addresses and installs it.
     void buildMenu();
-    bool validateMenuItem(const platform::MenuItem &item) const override;
     void menuNeedsUpdate(std::shared_ptr<platform::Menu> menu, std::function<void()> done) override;
-    void sendAction(const platform::MenuItem &item) override;
-
-    // The menu's commands. Each copying one puts one text on the clipboard: the title in the panel,
-    // the external address as externalIP() gives it, the address that the sender's tag numbers, or
-    // what the first and the third row say, a placeholder too. Where that text is not to be had
-    // nothing is copied.
-    void selItemCopyAddress(const platform::MenuItem &sender);
-    void selItemCopyDNSName(const platform::MenuItem &sender);
-    void selItemCopyExternalAddress(const platform::MenuItem &sender);
-    void selItemCopyExternalDNSName(const platform::MenuItem &sender);
-    void selItemCopySelectedAddress(const platform::MenuItem &sender);
-    void goToWebsite(const platform::MenuItem &sender);
-    void goToMAS(const platform::MenuItem &sender);
-    void selItemPreferences(const platform::MenuItem &sender);
-    void selItemOpenConsoleLog(const platform::MenuItem &sender);
-    void selItemAbout(const platform::MenuItem &sender);
-    void selItemQuit(const platform::MenuItem &sender);
-
-    /// Brings the preferences window to the front.
-    void showPreferences();
 
 private:
+    QString shownTitle() const override;
+    const platform::Menu *builtMenu() const override { return m_menu.get(); }
+    const QStringList &localAddresses() const override { return m_addresses; }
+    /// Other programs learn of the answer, too.
+    platform::Task<QString> externalIP() override;
+    QWidget &preferencesWindow() override;
+
     void PreferencesChangedCallback();
     void InitialRefreshTimerCallback();
     void ClearExternalIPTimerCallback();
@@ -108,46 +94,30 @@ private:
     /// Makes up for a change that fell between the last refresh's list and the subscription.
     void catchUp();
 
-    void watchForTitle();
-    void showTitleAhead(const QStringList &addresses);
-    /// Shows what setTitle() composes with the names that are known already.
-    void showTitle(const QString &title, bool withIcon);
-    platform::Task<> lookUpWirelessName();
     /// refresh() with the first row of @p menu, if there is one, showing the address's DNS name.
     platform::Task<> refreshNaming(std::shared_ptr<platform::Menu> menu, bool rebuildMenu);
     platform::Task<> refreshFirstAddress(std::shared_ptr<platform::Menu> menu, QString current,
                                          std::optional<QString> previous);
     platform::Task<> noAddressFound(std::shared_ptr<platform::Menu> menu);
     void rememberAddress(const QString &address);
-    /// These are the local addresses now, for other programs: a name that belonged to another
-    /// first one is none of theirs.
-    void noteAddresses(const QStringList &addresses);
-    /// Tells other programs what is shown and known now.
-    void publishStatus();
-    void showChangeIcon();
 
-    /// The external address, kept or looked up; other programs learn of it, too.
-    platform::Task<QString> externalIP();
     platform::Task<> monitorExternalIPAddress();
     void externalTimerFired();
     platform::Task<> pollForTimer(std::weak_ptr<platform::Timer> timer);
     void logNextCheck();
 
-    /// Mails the change to every recipient, if mail is wanted. @p usingMessage is the text's format,
-    /// for the machine's name, @p previous and @p current.
+    /// Mails the change to every recipient, if mail is wanted. @p usingMessage is the text's
+    /// format, for the machine's name, @p previous and @p current.
     platform::Task<> sendAlerts(QString current, std::optional<QString> previous,
                                 QString usingMessage);
 
     platform::Task<> updateOpeningMenu(std::shared_ptr<platform::Menu> menu,
                                        std::function<void()> done);
     platform::Task<> showExternalAddress(std::shared_ptr<platform::Menu> menu);
-    platform::Task<> copyExternalAddress();
-    void copyTitleOfRow(std::size_t row);
 
     platform::Platform m_platform;
     support::Log &m_log;
     platform::Turns &m_turns;
-    std::function<void()> m_terminate;
     AppSettings m_settings;
     support::Console m_console;
     mail::Notifiers m_notifiers;
@@ -155,10 +125,8 @@ private:
     std::unique_ptr<prefs::QuillfenPrefPane> m_prefController; ///< Its window comes when needed.
 
     QStringList m_addresses; ///< The current address list; every successful refresh refills it.
-    /// The joined wireless network's name, or "?"; nothing until it is needed first.
-    std::optional<QString> m_wirelessName;
-    platform::ShownStatus m_shown; ///< For other programs; its addresses are those of the title.
-    std::unique_ptr<platform::StatusItem> m_item;
+    std::unique_ptr<platform::StatusItem> m_item; ///< It and its title come with init().
+    std::unique_ptr<StatusTitle> m_title;
     std::shared_ptr<platform::Menu> m_menu; ///< The menu of the last build.
 
     /// Nothing while the external address is not watched. Shared only with a tick that waits.
@@ -166,8 +134,6 @@ private:
     bool m_tickWaits = false; ///< A tick of it waits for its turn.
     std::unique_ptr<platform::DynamicStore> m_store;
     std::unique_ptr<platform::RunLoopSource> m_source;
-    std::unique_ptr<platform::DynamicStore> m_titleStore; ///< These two for showTitleAhead() alone.
-    std::unique_ptr<platform::RunLoopSource> m_titleSource;
     std::unique_ptr<platform::Timer> m_initialRefreshTimer;
     std::unique_ptr<platform::Timer> m_clearExternalIPTimer;
 };

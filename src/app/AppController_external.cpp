@@ -4,9 +4,8 @@
 #include <chrono>
 #include <utility>
 
-#include "app/Identifiers.h"
+#include "app/StatusTitle.h"
 #include "platform/Preferences.h"
-#include "platform/StatusItem.h"
 #include "platform/Timers.h"
 #include "platform/Turns.h"
 #include "support/DateDescription.h"
@@ -24,7 +23,7 @@ using support::formatText;
 Task<QString> AppController::externalIP()
 {
     const QString address = co_await m_externalAddress.externalIP();
-    publishStatus();
+    m_title->publish();
     co_return address;
 }
 
@@ -76,7 +75,7 @@ Task<> AppController::reportExternalAddress(std::optional<QString> current)
         co_return;
 
     m_log.LogMessage(formatText(u"External IP address changed from:%@ to:%@", last, *current));
-    showChangeIcon();
+    m_title->showChangeIcon();
     const QString text = u"Quillfen has refreshed. The External IP address of machine \"%@\" has "
                          "changed from: %@ to %@"_s;
     co_await sendAlerts(*current, last, text);
@@ -98,7 +97,7 @@ Task<> AppController::clearExternalIP()
     m_log.LogMessage(formatText(u"Clearing external IP address. (Allows accessing \"%@\" again.)",
                                 netinfo::kOlderLookupServiceHost));
     m_externalAddress.clear();
-    publishStatus();
+    m_title->publish();
     co_return;
 }
 
