@@ -12,6 +12,7 @@
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/Sound.h"
 #include "platform/SystemConsole.h"
+#include "prefs/PageScroller.h"
 #include "prefs/PreferencesNotification.h"
 #include "support/SettingsReading.h"
 #include "ui_QuillfenPrefPane.h"
@@ -62,6 +63,7 @@ QWidget &QuillfenPrefPane::window()
     if (!m_window) {
         loadInterface();
         awakeFromNib();
+        fitToScreen(*m_window);
     }
     return *m_window;
 }

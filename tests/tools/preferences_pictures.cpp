@@ -5,7 +5,8 @@
 //     preferences_pictures FOLDER light|dark
 //
 // makes preferences-general.png and so on, in the dark …-dark.png; with QT_SCALE_FACTOR=2 in the
-// environment …-2x.png. LANGUAGE=de has them in German. Under xvfb-run the letters are those of an X11 desktop.
+// environment …-2x.png. LANGUAGE=de has them in German. Under xvfb-run the letters are those of an
+// X11 desktop; its screen must have room for the whole window: -s "-screen 0 2560x2048x24".
 
 #include "mail/Notifiers.h"
 #include "platform/linux/desktop/Translations.h"
