@@ -12,16 +12,15 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
-#include <QFontInfo>
 #include <QJsonValue>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QRegularExpression>
 #include <QSignalBlocker>
 
 #include "platform/Preferences.h"
 #include "prefs/FieldHints.h"
+#include "prefs/WindowLook.h"
 #include "support/Bundle.h"
 #include "support/FormatText.h"
 #include "support/SettingsReading.h"
@@ -86,7 +85,6 @@ constexpr std::array kClicks{
 };
 
 constexpr auto kShownPort = "587"_L1; // while none is stored
-constexpr qreal kHintSize = 0.9; // of the usual size of letters
 
 /// A text that stands there already keeps its cursor, its selection and what can be undone.
 void show(QLineEdit &field, const QString &text)
@@ -130,17 +128,6 @@ void show(QLabel &hint, QLineEdit &field, const QString &text)
     describe(field, text);
 }
 
-/// Hints are smaller than what they belong to, so that the eye finds that first.
-void makeHintsSmall(const QWidget &window)
-{
-    static const QRegularExpression hints(u"Hint$"_s);
-    for (QLabel *hint : window.findChildren<QLabel *>(hints)) {
-        QFont font = hint->font();
-        font.setPointSizeF(QFontInfo(font).pointSizeF() * kHintSize);
-        hint->setFont(font);
-    }
-}
-
 /// The number in 16 bits; nothing where these do not hold exactly it.
 std::optional<std::int16_t> exactly(double number)
 {
@@ -170,7 +157,7 @@ void QuillfenPrefPane::loadInterface()
     m_window = std::make_unique<QDialog>();
     m_controls = std::make_unique<Controls>();
     m_controls->setupUi(m_window.get());
-    makeHintsSmall(*m_window);
+    fitToTheme(*m_window);
     describeByHints(*m_controls);
     connectControls();
     observe(WindowNotifications::Name::DidBecomeKey, m_window.get(), &Pane::windowDidBecomeKey);

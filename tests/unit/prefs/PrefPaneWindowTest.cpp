@@ -4,9 +4,13 @@
 #include "unit/prefs/Desk.h"
 
 #include <QAccessible>
+#include <QApplication>
 #include <QComboBox>
 #include <QLabel>
+#include <QLineEdit>
+#include <QPalette>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QSet>
 #include <QTest>
 
@@ -235,6 +239,55 @@ private Q_SLOTS:
         desk.preferences.setValue(u"useSSL"_s, false);
         desk.pane.windowDidBecomeKey();
         QVERIFY(portHint.text().contains(u"Not encrypted"_s));
+    }
+
+    void examplesCanBeReadInEachTheme_data()
+    {
+        struct Row {
+            const char *name;
+            QColor behind;
+            QColor text;
+            QColor examples;
+            QColor shown;
+        };
+        const QColor faintWhite(255, 255, 255, 128);
+        const Row rows[] = {
+            {.name = "light",
+             .behind = Qt::white,
+             .text = Qt::black,
+             .examples = Qt::gray,
+             .shown = Qt::gray},
+            {.name = "dark",
+             .behind = Qt::black,
+             .text = Qt::white,
+             .examples = Qt::gray,
+             .shown = Qt::gray},
+            {.name = "dark, which says nothing of examples",
+             .behind = QColor(27, 30, 32),
+             .text = Qt::white,
+             .examples = QColor(0, 0, 0, 128),
+             .shown = faintWhite},
+        };
+        QTest::addColumn<QPalette>("theme");
+        QTest::addColumn<QColor>("shown");
+        for (const Row &row : rows) {
+            QPalette theme;
+            theme.setColor(QPalette::Base, row.behind);
+            theme.setColor(QPalette::Text, row.text);
+            theme.setColor(QPalette::PlaceholderText, row.examples);
+            QTest::newRow(row.name) << theme << row.shown;
+        }
+    }
+    void examplesCanBeReadInEachTheme()
+    {
+        QFETCH(QPalette, theme);
+        QFETCH(QColor, shown);
+        const QPalette before = QApplication::palette();
+        const auto restore = qScopeGuard([&before] { QApplication::setPalette(before); });
+        QApplication::setPalette(theme);
+        Desk desk;
+        const auto &recipients = desk.control<QLineEdit>(u"m_emailAddress"_s);
+        QCOMPARE(recipients.palette().color(QPalette::PlaceholderText), shown);
     }
 
     void noTextIsCutOff()
