@@ -130,7 +130,7 @@ int watch(const app::CommandLine &line, platform::StderrConsole &stderrConsole, 
             return;
         }
         turns.take(controller.init());
-        const platform::ActivationToken forThisStartOnly(platform::ownActivationToken());
+        const platform::ActivationToken forThisStartOnly(platform::takeOwnActivationToken());
         if (line.preferences)
             showPreferences();
     };

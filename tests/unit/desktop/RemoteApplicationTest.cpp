@@ -28,6 +28,7 @@ private Q_SLOTS:
     void init()
     {
         qunsetenv("XDG_ACTIVATION_TOKEN");
+        qunsetenv("DESKTOP_STARTUP_ID");
         m_bus = std::make_unique<PrivateBus>();
     }
 
@@ -45,18 +46,67 @@ private Q_SLOTS:
         QVERIFY(!qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
     }
 
+    void takesTheTokenAlong_data()
+    {
+        struct Row {
+            const char *name;
+            QByteArray token;
+            QByteArray startup;
+            QByteArray taken;
+        };
+        static const Row rows[] = {
+            {.name = "a token", .token = "token-7", .startup = {}, .taken = "token-7"},
+            {.name = "as older launchers give it",
+             .token = {},
+             .startup = "old-8",
+             .taken = "old-8"},
+            {.name = "both", .token = "token-7", .startup = "old-8", .taken = "token-7"},
+        };
+        QTest::addColumn<QByteArray>("token");
+        QTest::addColumn<QByteArray>("startup");
+        QTest::addColumn<QByteArray>("taken");
+        for (const Row &row : rows)
+            QTest::newRow(row.name) << row.token << row.startup << row.taken;
+    }
     void takesTheTokenAlong()
     {
+        QFETCH(QByteArray, token);
+        QFETCH(QByteArray, startup);
+        QFETCH(QByteArray, taken);
         QDBusConnection first = m_bus->connection();
         QByteArrayList tokens;
         const RemoteApplication application(
             first, kName, [&tokens] { tokens += qgetenv("XDG_ACTIVATION_TOKEN"); });
         QVERIFY(first.registerService(kName));
-        qputenv("XDG_ACTIVATION_TOKEN", "token-7");
+        if (!token.isEmpty())
+            qputenv("XDG_ACTIVATION_TOKEN", token);
+        if (!startup.isEmpty())
+            qputenv("DESKTOP_STARTUP_ID", startup);
         RemoteApplication::activate(m_bus->connection(), kName, [](bool) {});
-        qunsetenv("XDG_ACTIVATION_TOKEN");
-        QTRY_COMPARE(tokens, QByteArrayList{"token-7"});
         QVERIFY(!qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
+        QVERIFY(!qEnvironmentVariableIsSet("DESKTOP_STARTUP_ID"));
+        QTRY_COMPARE(tokens, QByteArrayList{taken});
+        QVERIFY(!qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
+    }
+
+    void findsATokenInTheCallsData_data()
+    {
+        QTest::addColumn<QVariantMap>("data");
+        QTest::newRow("a token") << QVariantMap{{u"activation-token"_s, u"token-7"_s}};
+        QTest::newRow("as older launchers give it")
+            << QVariantMap{{u"desktop-startup-id"_s, u"token-7"_s}};
+        QTest::newRow("both") << QVariantMap{{u"activation-token"_s, u"token-7"_s},
+                                             {u"desktop-startup-id"_s, u"old-8"_s}};
+    }
+    void findsATokenInTheCallsData()
+    {
+        QFETCH(QVariantMap, data);
+        QDBusConnection first = m_bus->connection();
+        QByteArrayList tokens;
+        RemoteApplication application(first, kName,
+                                      [&tokens] { tokens += qgetenv("XDG_ACTIVATION_TOKEN"); });
+        application.Activate(data);
+        QTRY_COMPARE(tokens, QByteArrayList{"token-7"});
     }
 
     void dropsWhatIsNoToken_data()

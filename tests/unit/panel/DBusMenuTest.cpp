@@ -39,6 +39,8 @@ public:
     {
         chosen.append(item.title);
         tokens.append(qEnvironmentVariable("XDG_ACTIVATION_TOKEN"));
+        if (showsWindow) // as Qt does when a window asks for the front
+            qunsetenv("XDG_ACTIVATION_TOKEN");
     }
 
     int openings = 0;
@@ -48,6 +50,7 @@ public:
     std::vector<std::function<void()>> pending;
     QStringList chosen;
     QStringList tokens; ///< For each that was chosen: the token in the environment.
+    bool showsWindow = false; ///< What is chosen brings one to the front.
 };
 
 std::vector<MenuItem> someRows()
@@ -355,17 +358,41 @@ private Q_SLOTS:
     void aPanelsActivationTokenIsGoodForOneRow()
     {
         const QList<int> rows = layout().ids;
-        m_host->call({}, PanelHost::itemInterface(), u"ProvideXdgActivationToken"_s, {u"leave"_s});
+        m_host->send({}, PanelHost::itemInterface(), u"ProvideXdgActivationToken"_s, {u"leave"_s});
         for (int click = 0; click < 2; ++click)
             event(rows[3], u"clicked"_s);
         QTRY_COMPARE(m_delegate->tokens, (QStringList{u"leave"_s, QString()}));
         for (const QString &token :
              {u"two words"_s, u"a\nline"_s, QString(u"\u00e4"_s), QString(5000, u'x')}) {
-            m_host->call({}, PanelHost::itemInterface(), u"ProvideXdgActivationToken"_s, {token});
+            m_host->send({}, PanelHost::itemInterface(), u"ProvideXdgActivationToken"_s, {token});
             event(rows[3], u"clicked"_s);
         }
         QTRY_COMPARE(m_delegate->chosen.size(), 6);
         QCOMPARE(m_delegate->tokens.mid(2), QStringList(4));
+    }
+
+    void aPanelLearnsWhatBecameOfItsToken_data()
+    {
+        QTest::addColumn<bool>("chooses");
+        QTest::addColumn<bool>("showsWindow");
+        QTest::addColumn<QDBusMessage::MessageType>("answer");
+        QTest::newRow("a window") << true << true << QDBusMessage::ReplyMessage;
+        QTest::newRow("no window") << true << false << QDBusMessage::ErrorMessage;
+        QTest::newRow("nothing chosen") << false << false << QDBusMessage::ReplyMessage;
+    }
+    void aPanelLearnsWhatBecameOfItsToken()
+    {
+        QFETCH(bool, chooses);
+        QFETCH(QDBusMessage::MessageType, answer);
+        QFETCH(bool, showsWindow);
+        m_delegate->showsWindow = showsWindow;
+        const int row = layout().ids[3];
+        const QDBusPendingCall given = m_host->send({}, PanelHost::itemInterface(),
+                                                    u"ProvideXdgActivationToken"_s, {u"leave"_s});
+        if (chooses)
+            event(row, u"clicked"_s);
+        QTRY_VERIFY(given.isFinished());
+        QCOMPARE(given.reply().type(), answer);
     }
 
     void aGroupOfEventsTellsTheUnknownIds()

@@ -8,6 +8,7 @@ namespace quillfen::platform {
 namespace {
 
 constexpr auto kTokenVariable = "XDG_ACTIVATION_TOKEN";
+constexpr auto kStartupVariable = "DESKTOP_STARTUP_ID";
 constexpr qsizetype kMostTokenBytes = 4096;
 
 bool canBeToken(const QByteArray &bytes)
@@ -18,15 +19,29 @@ bool canBeToken(const QByteArray &bytes)
 
 } // namespace
 
-QString ownActivationToken()
+QString takeOwnActivationToken()
 {
-    return qEnvironmentVariable(kTokenVariable);
+    const QString token = qEnvironmentVariable(kTokenVariable);
+    const QString startup = qEnvironmentVariable(kStartupVariable);
+    qunsetenv(kTokenVariable);
+    qunsetenv(kStartupVariable);
+    return token.isEmpty() ? startup : token;
 }
 
 ActivationToken::ActivationToken(const QString &text)
 {
     if (const QByteArray token = text.toUtf8(); canBeToken(token))
-        qputenv(kTokenVariable, token);
+        m_given = qputenv(kTokenVariable, token);
+}
+
+bool ActivationToken::isSpent() const
+{
+    return m_given && !qEnvironmentVariableIsSet(kTokenVariable);
+}
+
+void ActivationToken::spend()
+{
+    qunsetenv(kTokenVariable);
 }
 
 ActivationToken::~ActivationToken()

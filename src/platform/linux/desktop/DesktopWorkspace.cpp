@@ -2,6 +2,7 @@
 #include "platform/linux/desktop/DesktopWorkspace.h"
 
 #include "platform/SystemConsole.h"
+#include "platform/linux/bus/ActivationToken.h"
 
 #include <QDesktopServices>
 #include <QGuiApplication>
@@ -24,7 +25,9 @@ void DesktopWorkspace::openURL(const QUrl &url)
 void DesktopWorkspace::open(const QUrl &url, const QString &spelling)
 {
     const bool hasDesktop = qobject_cast<QGuiApplication *>(QCoreApplication::instance());
-    if (!hasDesktop || !QDesktopServices::openUrl(url))
+    if (hasDesktop && QDesktopServices::openUrl(url))
+        ActivationToken::spend(); // what opens it has inherited it
+    else
         m_console.write(u"There is nothing here that opens %1."_s.arg(spelling));
 }
 

@@ -18,11 +18,12 @@ namespace {
 
 constexpr std::chrono::milliseconds kPatience = 2s;
 const QString kToken = u"activation-token"_s;
+const QString kStartup = u"desktop-startup-id"_s; ///< Where launchers had it before.
 
 /// The token in a call's data; empty where there is none.
 QString tokenIn(const QVariantMap &platformData)
 {
-    const QVariant value = platformData.value(kToken);
+    const QVariant value = platformData.value(kToken, platformData.value(kStartup));
     return value.typeId() == QMetaType::QString ? value.toString() : QString();
 }
 
@@ -56,7 +57,7 @@ void RemoteApplication::activate(const QDBusConnection &bus, const QString &name
         name, applicationPath(name), u"org.freedesktop.Application"_s, u"Activate"_s);
     call.setAutoStartService(false); // one that has just ended is not to come back for this
     QVariantMap platformData;
-    if (const QString token = ownActivationToken(); !token.isEmpty())
+    if (const QString token = takeOwnActivationToken(); !token.isEmpty())
         platformData[kToken] = token;
     call << platformData;
     auto *const watcher =

@@ -25,8 +25,8 @@ inline constexpr QLatin1StringView kQuitAction{"quit"};
 ///
 /// Whoever starts the program a second time asks the first to come forward, and so may a desktop.
 /// The action "quit" asks it to end.
-/// A token for that in the call's data ("activation-token") is in XDG_ACTIVATION_TOKEN while the
-/// window is shown, which takes it to a Wayland compositor.
+/// A token for that in the call's data ("activation-token", else "desktop-startup-id") is in
+/// XDG_ACTIVATION_TOKEN while the window is shown, which takes it to a Wayland compositor.
 /// @source Desktop Entry Specification 1.5, section "D-Bus Activation".
 class RemoteApplication : public QObject, protected QDBusContext {
     Q_OBJECT

@@ -186,11 +186,13 @@ void DBusMenu::choose(int id)
     if (!index || !m_shown || m_shown->items().empty())
         return;
     // Later: the host waits for the answer to this call, and the command may take its time.
-    const auto act = [menu = m_shown, item = m_shown->items()[*index],
+    const auto act = [self = QPointer(this), menu = m_shown, item = m_shown->items()[*index],
                       token = std::exchange(m_activationToken, {})] {
         const ActivationToken inForce(token);
         if (!item.separator && menu->delegate().validateMenuItem(item))
             menu->delegate().sendAction(item);
+        if (self && !token.isEmpty())
+            Q_EMIT self->tokenTried(inForce.isSpent());
     };
     QMetaObject::invokeMethod(this, act, Qt::QueuedConnection);
 }

@@ -31,6 +31,10 @@ public:
     /// What is chosen next may bring a window to the front, by @p token.
     void useActivationToken(const QString &token) { m_activationToken = token; }
 
+Q_SIGNALS:
+    /// The command that was chosen is done, and the token @p wasSpent on a window of it.
+    void tokenTried(bool wasSpent);
+
 private:
     QVariantMap properties() const override;
     void announce(MenuOpening::Sign sign, MenuOpening::Answer answer);

@@ -5,15 +5,21 @@
 #include "platform/linux/panel/InterfaceXml.h"
 #include "platform/linux/panel/PanelText.h"
 
+#include <QDBusError>
 #include <QDBusObjectPath>
 
+#include <chrono>
 #include <utility>
 
+using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
 
 namespace quillfen::platform {
 
 namespace {
+
+/// Plasma gives its token when a menu opens, of which nothing may be chosen.
+constexpr std::chrono::milliseconds kTokenPatience = 500ms;
 
 QString programName()
 {
@@ -45,9 +51,25 @@ ItemObject::ItemObject(const QDBusConnection &connection, const QString &path,
                 {u"XAyatanaSecondaryActivate"_s, u"u"_s, accept},
                 {u"Scroll"_s, u"is"_s, accept},
                 {u"ProvideXdgActivationToken"_s, u"s"_s, [this](const QDBusMessage &message) {
+                     answerToken(true); // to the one before
+                     m_tokenGiven = message;
+                     m_tokenPatience.start(kTokenPatience);
                      Q_EMIT activationTokenProvided(message.arguments().value(0).toString());
-                     reply(message);
                  }}});
+    m_tokenPatience.setSingleShot(true);
+    connect(&m_tokenPatience, &QTimer::timeout, this, [this] { answerToken(true); });
+}
+
+void ItemObject::answerToken(bool wasSpent)
+{
+    m_tokenPatience.stop();
+    const std::optional<QDBusMessage> call = std::exchange(m_tokenGiven, {});
+    if (!call)
+        return;
+    if (wasSpent)
+        reply(*call);
+    else // not as an unknown method: then GNOME would never give another
+        replyError(*call, QDBusError::Failed, u"No window came of it"_s);
 }
 
 void ItemObject::show(PanelFace face)

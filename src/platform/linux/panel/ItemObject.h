@@ -5,9 +5,12 @@
 #include "platform/linux/panel/PromptLine.h"
 #include "platform/linux/panel/ServedObject.h"
 
+#include <QDBusMessage>
 #include <QString>
+#include <QTimer>
 
 #include <memory>
+#include <optional>
 
 namespace quillfen::platform {
 
@@ -37,9 +40,13 @@ public:
     /// Shows @p face, and tells panels what differs from the face before: the label ahead of all.
     void show(PanelFace face);
     bool hasLabel() const { return !m_face.label.isEmpty(); }
+    /// Answers the panel that gave the last token: with an error where it was not spent, as GNOME
+    /// shows its pointer busy for 15 s for a window that does not come.
+    void answerToken(bool wasSpent);
 
 Q_SIGNALS:
     /// A panel gives leave to bring a window to the front, for what its user is about to choose.
+    /// It is answered by answerToken(), or well after half a second in which nothing is chosen.
     void activationTokenProvided(const QString &token);
 
 private:
@@ -49,6 +56,8 @@ private:
     QString m_menuPath;
     PanelFace m_face;
     std::unique_ptr<PromptLine> m_line;
+    std::optional<QDBusMessage> m_tokenGiven; ///< The call, while it is not answered.
+    QTimer m_tokenPatience;
 };
 
 } // namespace quillfen::platform

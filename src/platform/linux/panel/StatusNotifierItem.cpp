@@ -44,6 +44,7 @@ struct StatusNotifierItem::Presence {
                          &DBusMenu::panelChanged);
         QObject::connect(&item, &ItemObject::activationTokenProvided, &menu,
                          &DBusMenu::useActivationToken);
+        QObject::connect(&menu, &DBusMenu::tokenTried, &item, &ItemObject::answerToken);
     }
 
     OwnConnection bus;
