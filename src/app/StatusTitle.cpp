@@ -56,6 +56,7 @@ void StatusTitle::showAhead(const QStringList &addresses)
         show(addresses.first(), m_settings.titleIconOnly());
     if (image == kChangeImage)
         m_item.setImage(image);
+    m_item.displayIfNeeded();
 }
 
 Task<> StatusTitle::setTitle(QString title, bool withIcon)

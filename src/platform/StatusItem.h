@@ -14,8 +14,8 @@ class Menu;
 ///
 /// What every implementation promises:
 ///   1. The getters answer at once what was last set, panel or no panel.
-///   2. What is set within one pass of the event loop reaches the panel together, and only
-///      what differs from what the panel already shows.
+///   2. What is set within one pass of the event loop reaches the panel together, at its end or
+///      with displayIfNeeded(), and only what differs from what the panel already shows.
 ///   3. Without a panel nothing fails; a panel that appears later shows the present state.
 class StatusItem {
 public:
@@ -28,6 +28,8 @@ public:
     virtual std::optional<QString> image() const = 0;
     /// The menu of the next opening; an open one stays as it is.
     virtual void setMenu(std::shared_ptr<Menu> menu) = 0;
+    /// Has a panel that is there show now what was set.
+    virtual void displayIfNeeded() = 0;
 };
 
 /// The width that follows the item's contents.

@@ -23,6 +23,7 @@ public:
     {
         m_panel->m_menu = std::move(menu);
     }
+    void displayIfNeeded() override { } // everything is shown as it is set
 
 private:
     std::shared_ptr<FakePanel> m_panel;

@@ -167,6 +167,17 @@ private Q_SLOTS:
         QTRY_COMPARE(m_desk->titleInPanel(), u"192.0.2.8"_s);
     }
 
+    void whatWasSetCanBeShownAtOnce()
+    {
+        m_item->setTitle(u"192.0.2.7"_s);
+        m_item->displayIfNeeded(); // with no panel yet
+        QTRY_VERIFY(m_desk->panelIsThere());
+        QTRY_COMPARE(m_desk->titleInPanel(), u"192.0.2.7"_s);
+        m_item->setTitle(u"192.0.2.8"_s);
+        m_item->displayIfNeeded();
+        QCOMPARE(m_desk->titleInPanel(), u"192.0.2.8"_s);
+    }
+
     void anOpenMenuStaysAndTheNextOpeningShowsTheNewOne()
     {
         m_item->setMenu(std::make_shared<Menu>(*m_delegate, twoRows(u"old"_s)));

@@ -218,6 +218,24 @@ private Q_SLOTS:
                  (QVariantList{u"10.0.0.7:attic"_s, u"255.255.255.255:attic"_s}));
     }
 
+    void whatIsWantedNowIsToldWithoutThePassThatGathers()
+    {
+        m_host->appear();
+        makeItem();
+        m_item->setTitle(u"192.0.2.7"_s);
+        QTRY_COMPARE(m_host->items().size(), std::size_t(1));
+        m_host->catchUp();
+        m_host->takeSignals();
+
+        m_item->setTitle(u"192.0.2.8"_s);
+        m_item->displayIfNeeded();
+        m_item->displayIfNeeded();
+        m_item->setTitle(u"192.0.2.9"_s);
+        const QString label = u"XAyatanaNewLabel"_s;
+        const QString tip = u"NewToolTip"_s;
+        QTRY_COMPARE(m_host->signalNames(), (QStringList{label, tip, label, tip}));
+    }
+
     void whatDoesNotDifferIsNotSent()
     {
         m_host->appear();

@@ -50,6 +50,11 @@ public:
         m_onBus.setMenu(menu);
         m_inTray.setMenu(std::move(menu));
     }
+    void displayIfNeeded() override
+    {
+        m_onBus.displayIfNeeded();
+        m_inTray.displayIfNeeded();
+    }
 
 private:
     StatusNotifierItem m_onBus;
@@ -65,6 +70,7 @@ public:
     void setImage(const std::optional<QString> &name) override { m_image = name; }
     std::optional<QString> image() const override { return m_image; }
     void setMenu(std::shared_ptr<Menu> /*menu*/) override { }
+    void displayIfNeeded() override { }
 
 private:
     QString m_title;

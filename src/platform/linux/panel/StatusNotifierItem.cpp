@@ -79,6 +79,12 @@ void StatusNotifierItem::setMenu(std::shared_ptr<Menu> menu)
         m_presence->menu.install(m_menu);
 }
 
+void StatusNotifierItem::displayIfNeeded()
+{
+    if (m_presence)
+        flush();
+}
+
 void StatusNotifierItem::appearAnew()
 {
     if (m_knock || (m_presence && m_presence->bus.get().isConnected()))
@@ -95,7 +101,8 @@ void StatusNotifierItem::queueFlush()
 
 void StatusNotifierItem::flush()
 {
-    m_flushQueued = false;
+    if (!std::exchange(m_flushQueued, false))
+        return; // shown meanwhile
     PanelFace face = panelFace(m_title, m_image);
     // MATE's notification area can learn of a label, but not that there is none any more: it
     // then shows neither text nor image. So without its label it is another item.

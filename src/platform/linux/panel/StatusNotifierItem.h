@@ -15,8 +15,8 @@ class SystemConsole;
 
 /// A status item on the session bus.
 ///
-/// Title and image are remembered at once and go out together in the event loop's next pass;
-/// in the first of these the item is registered, so that a panel sees it complete: as soon as
+/// Title and image are remembered at once and go out together, in the event loop's next pass at
+/// the latest; in the first of these the item is registered, so that a panel sees it complete: as soon as
 /// the session bus answers. Until it does nobody waits for it but the item.
 class StatusNotifierItem final : public QObject, public StatusItem {
     Q_OBJECT
@@ -31,6 +31,7 @@ public:
     void setImage(const std::optional<QString> &name) override;
     std::optional<QString> image() const override { return m_image; }
     void setMenu(std::shared_ptr<Menu> menu) override;
+    void displayIfNeeded() override;
 
     /// There is a session bus again: the item appears on it, unless it is there or under way.
     void appearAnew();

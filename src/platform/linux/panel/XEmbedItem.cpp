@@ -106,8 +106,7 @@ void XEmbedItem::queueFlush()
 
 void XEmbedItem::flush()
 {
-    m_flushQueued = false;
-    if (m_presence)
+    if (std::exchange(m_flushQueued, false) && m_presence)
         m_presence->show(panelFace(m_title, m_image));
 }
 

@@ -32,6 +32,7 @@ public:
     void setImage(const std::optional<QString> &name) override;
     std::optional<QString> image() const override { return m_image; }
     void setMenu(std::shared_ptr<Menu> menu) override;
+    void displayIfNeeded() override { flush(); }
 
 private:
     struct Presence;
