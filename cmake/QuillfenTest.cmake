@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 
-# What moc makes of a target's sources, named one by one: there are many small programs, and for each
-# of them AUTOMOC would look for what to do.
+# What moc makes of a target's sources, named one by one: there are many small programs, and for
+# each of them AUTOMOC would look for what to do.
 function(quillfen_moc target)
   set(folder ${CMAKE_CURRENT_BINARY_DIR}/${target}_moc)
   set_target_properties(${target} PROPERTIES AUTOMOC OFF)
@@ -20,8 +20,8 @@ endfunction()
 
 # quillfen_test(NAME SOURCES … NEEDS … [LABELS …] [TIMEOUT seconds])
 #
-# One Qt Test program and one ctest entry of the same name. NEEDS are folders of src/. A source X.cpp
-# with a test class includes X.moc.
+# One Qt Test program and one ctest entry of the same name. NEEDS are folders of src/. A source
+# X.cpp with a test class includes X.moc.
 function(quillfen_test name)
   cmake_parse_arguments(PARSE_ARGV 1 TEST "" "TIMEOUT" "SOURCES;NEEDS;LABELS;LINKS")
   add_executable(${name} ${TEST_SOURCES})
@@ -42,8 +42,8 @@ endfunction()
 
 # quillfen_fuzz(NAME SOURCES … NEEDS …)
 #
-# One libFuzzer target with a short run under ctest. It starts from the files that are kept for it
-# in tests/fuzz/corpora, and always makes up the same inputs; scripts/fuzz makes up others each time.
+# One libFuzzer target with a short run under ctest, from the files that are kept for it in
+# tests/fuzz/corpora.
 function(quillfen_fuzz name)
   cmake_parse_arguments(PARSE_ARGV 1 FUZZ "" "" "SOURCES;NEEDS")
   add_executable(${name} ${FUZZ_SOURCES})
@@ -52,9 +52,7 @@ function(quillfen_fuzz name)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_options(${name} PRIVATE -fsanitize=fuzzer)
   add_dependencies(fuzzers ${name})
-  set(corpus ${CMAKE_CURRENT_BINARY_DIR}/${name}.corpus)
-  file(MAKE_DIRECTORY ${corpus})
-  add_test(NAME ${name} COMMAND ${name} -seed=1 -max_total_time=5 -timeout=5 -rss_limit_mb=1024
-                                ${corpus} ${PROJECT_SOURCE_DIR}/tests/fuzz/corpora/${name})
+  add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/fuzz/run $<TARGET_FILE:${name}>
+                                ${PROJECT_SOURCE_DIR}/tests/fuzz/corpora/${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT 60 LABELS fuzz)
 endfunction()
