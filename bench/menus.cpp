@@ -7,9 +7,10 @@
 // Is the session's watcher: writes "ready" when it is, and waits until COUNT items have registered.
 // Then it opens the menu of each in turn as a panel does that waits for the answer: AboutToShow of
 // the root, and in the end the event "closed", so that the next opening is a new one. Before each
-// opening it makes the two least calls to the same process: Ping, which the bus library answers, and
-// the menu's property Version, which the thread does that has the menu. Writes lines to standard
-// output: an item's number from 0, in the order of registration, the call, and microseconds.
+// opening it makes the two least calls to the same process: Ping, which the bus library answers,
+// and the menu's property Version, which the thread does that has the menu. Writes lines to
+// standard output: an item's number from 0, in the order of registration, the call, and
+// microseconds.
 
 #include <chrono>
 #include <cstdio>

@@ -154,8 +154,9 @@ class World:
 
     def start_program(self, display=None):
         """quillfen, at rest again after its start and the refresh that follows it."""
-        program = self.add(Program(self.path("quillfen"), self.home, self.network, self.bus, display,
-                                   more=display and self._user_environment(display)), ending="kill")
+        program = Program(self.path("quillfen"), self.home, self.network, self.bus, display,
+                          more=display and self._user_environment(display))
+        self.add(program, ending="kill")
         self.home.log.wait_for_line("Checking internal IP", count=3)
         return program
 

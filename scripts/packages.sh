@@ -4,13 +4,13 @@
 # The Debian packages that this project uses, and how they get onto a machine. Sourced by the
 # scripts beside it.
 
-# To build the program and run it. To run, it wants: whom to trust on the web; what draws its icon, an
-# SVG, in GTK's panels and in its own windows; what shows windows and copies under Wayland; and what
-# opens web pages and files.
+# To build the program and run it. To run, it wants: whom to trust on the web; what draws its icon,
+# an SVG, in GTK's panels and in its own windows; what shows windows and copies under Wayland; and
+# what opens web pages and files.
 build_packages="
   cmake ninja-build g++ pkg-config qt6-base-dev qt6-l10n-tools libmnl-dev libdbus-1-dev
-  libcurl4-openssl-dev libssl-dev ca-certificates librsvg2-common libqt6svg6 qt6-wayland wl-clipboard
-  xdg-utils"
+  libcurl4-openssl-dev libssl-dev ca-certificates librsvg2-common libqt6svg6 qt6-wayland
+  wl-clipboard xdg-utils"
 
 # To test it: compilers and checkers, then the desktops and tools of the system tests, and what
 # their sound and mail servers need.

@@ -1,9 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <QApplication>
-#include <QIcon>
-
-#include <memory>
-
 #include "app/AppController.h"
 #include "app/CommandLine.h"
 #include "app/StatusForms.h"
@@ -24,6 +19,11 @@
 #include "support/Bundle.h"
 #include "support/Console.h"
 #include "support/Log.h"
+
+#include <QApplication>
+#include <QIcon>
+
+#include <memory>
 
 using namespace Qt::StringLiterals;
 using namespace quillfen;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/AppController.h"
 
-#include <chrono>
-
 #include "app/StatusTitle.h"
 #include "netinfo/IPAddressList.h"
 #include "platform/DistributedNotificationCenter.h"
@@ -16,6 +14,8 @@
 #include "support/FormatText.h"
 #include "support/Log.h"
 #include "support/SettingsReading.h"
+
+#include <chrono>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;

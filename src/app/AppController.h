@@ -1,12 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <functional>
-#include <memory>
-#include <optional>
-
-#include <QStringList>
-
 #include "app/AppSettings.h"
 #include "app/MenuCommands.h"
 #include "mail/Notifiers.h"
@@ -14,6 +8,12 @@
 #include "platform/Platform.h"
 #include "platform/Task.h"
 #include "support/Console.h"
+
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+#include <optional>
 
 namespace quillfen::support {
 class Log;

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/AppController.h"
 
-#include <chrono>
-#include <utility>
-
 #include "app/StatusTitle.h"
 #include "platform/Preferences.h"
 #include "platform/Timers.h"
@@ -12,6 +9,9 @@
 #include "support/FormatText.h"
 #include "support/Log.h"
 #include "support/Settings.h"
+
+#include <chrono>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 

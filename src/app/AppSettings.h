@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <cstdint>
-
 #include <QString>
+
+#include <cstdint>
 
 namespace quillfen::platform {
 class Preferences;

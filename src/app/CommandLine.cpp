@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/CommandLine.h"
 
+#include <QLatin1StringView>
+
 #include <algorithm>
 #include <array>
 #include <optional>
-
-#include <QLatin1StringView>
 
 using namespace Qt::StringLiterals;
 

@@ -29,7 +29,8 @@ struct CommandLine {
 };
 
 /// Reads @p words, the arguments behind the program's name. Options may begin with one hyphen or
-/// two, and a value follows its option or a "=". Those that Qt takes ("-platform xcb") are let pass.
+/// two, and a value follows its option or a "=". Those that Qt takes ("-platform xcb") are let
+/// pass.
 CommandLine readCommandLine(const QStringList &words);
 
 /// The text of --help, with its line ends.

@@ -1,14 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/MenuCommands.h"
 
-#include <algorithm>
-#include <array>
-#include <optional>
-#include <string_view>
-#include <utility>
-
-#include <QUrl>
-
 #include "app/Identifiers.h"
 #include "app/StatusMenu.h"
 #include "platform/AboutPanel.h"
@@ -18,6 +10,14 @@
 #include "platform/Workspace.h"
 #include "prefs/WindowOrder.h"
 #include "support/Log.h"
+
+#include <QUrl>
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <string_view>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <cstddef>
-#include <functional>
+#include "platform/Menu.h"
+#include "platform/Task.h"
 
 #include <QString>
 #include <QStringList>
 
-#include "platform/Menu.h"
-#include "platform/Task.h"
+#include <cstddef>
+#include <functional>
 
 class QWidget;
 

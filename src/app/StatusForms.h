@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/StatusPublication.h"
+
 #include <QByteArray>
 #include <QStringList>
-
-#include "platform/StatusPublication.h"
 
 namespace quillfen::app {
 

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <string_view>
-#include <vector>
+#include "platform/Menu.h"
 
 #include <QString>
 #include <QStringList>
 
-#include "platform/Menu.h"
+#include <string_view>
+#include <vector>
 
 namespace quillfen::app {
 

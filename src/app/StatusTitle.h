@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <memory>
-#include <optional>
+#include "app/AppSettings.h"
+#include "platform/StatusPublication.h"
+#include "platform/Task.h"
 
 #include <QString>
 #include <QStringList>
 
-#include "app/AppSettings.h"
-#include "platform/StatusPublication.h"
-#include "platform/Task.h"
+#include <memory>
+#include <optional>
 
 namespace quillfen::netinfo {
 class ExternalAddress;

@@ -1,10 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "netinfo/ExternalAddress.h"
 
-#include <chrono>
-
-#include <QUrl>
-
 #include "platform/SystemConsole.h"
 #include "platform/UrlLoader.h"
 #include "support/FormatText.h"
@@ -12,6 +8,10 @@
 #include "support/SettingsReading.h"
 #include "support/StringExtensions.h"
 #include "support/TextDecoding.h"
+
+#include <QUrl>
+
+#include <chrono>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <optional>
+#include "platform/Task.h"
 
 #include <QLatin1StringView>
 #include <QString>
 
-#include "platform/Task.h"
+#include <optional>
 
 namespace quillfen::platform {
 class Preferences;

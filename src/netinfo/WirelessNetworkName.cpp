@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "netinfo/WirelessNetworkName.h"
 
-#include <QByteArray>
-
 #include "platform/SystemReport.h"
 #include "support/Log.h"
 #include "support/StringExtensions.h"
 #include "support/TextDecoding.h"
+
+#include <QByteArray>
 
 using namespace Qt::StringLiterals;
 

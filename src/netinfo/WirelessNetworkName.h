@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <optional>
+#include "platform/Task.h"
 
 #include <QString>
 
-#include "platform/Task.h"
+#include <optional>
 
 namespace quillfen::platform {
 class SystemReport;

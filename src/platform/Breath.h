@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QTimer>
-
 #include "platform/Later.h"
 #include "platform/Task.h"
+
+#include <QTimer>
 
 namespace quillfen::platform {
 

@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/Task.h"
+
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
-
-#include <QString>
-#include <QStringList>
-#include <QVariant>
-
-#include "platform/Task.h"
 
 namespace quillfen::platform {
 

@@ -22,8 +22,8 @@ public:
     }
     /// Appends @p text in UTF-8; a half of a surrogate pair becomes U+FFFD.
     LineBuffer &append(QStringView text);
-    /// Appends @p text if it is printable ASCII throughout, as most lines are: then there is nothing
-    /// in it that could end the line or steer a terminal. @returns whether it was.
+    /// Appends @p text if it is printable ASCII throughout, as most lines are: then there is
+    /// nothing in it that could end the line or steer a terminal. @returns whether it was.
     bool appendPlain(QStringView text);
     /// Takes all from @p size on away; there must be so much.
     void truncate(qsizetype size) { m_bytes.resize(size); }

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QObject>
+#include <QString>
+
 #include <functional>
 #include <memory>
 #include <string_view>
 #include <vector>
-
-#include <QObject>
-#include <QString>
 
 namespace quillfen::platform {
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/Task.h"
+
 #include <QString>
 #include <QStringList>
-
-#include "platform/Task.h"
 
 namespace quillfen::platform {
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <cstdint>
-#include <optional>
-
 #include <QJsonValue>
 #include <QString>
+
+#include <cstdint>
+#include <optional>
 
 namespace quillfen::platform {
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QSslConfiguration>
-
 #include "platform/Task.h"
+
+#include <QSslConfiguration>
 
 namespace quillfen::platform {
 

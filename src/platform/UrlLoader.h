@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <chrono>
-#include <optional>
+#include "platform/Task.h"
 
 #include <QByteArray>
 #include <QUrl>
 
-#include "platform/Task.h"
+#include <chrono>
+#include <optional>
 
 namespace quillfen::platform {
 

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "prefs/FieldHints.h"
 
-#include <cstdint>
+#include "support/SettingsReading.h"
 
 #include <QCoreApplication>
 #include <QJsonValue>
 
-#include "support/SettingsReading.h"
+#include <cstdint>
 
 namespace quillfen::prefs {
 

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "prefs/PageScroller.h"
 
-#include <algorithm>
-
 #include <QApplication>
 #include <QComboBox>
 #include <QLayout>
 #include <QScreen>
 #include <QScrollBar>
 #include <QStyle>
+
+#include <algorithm>
 
 namespace quillfen::prefs {
 

@@ -1,11 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "prefs/QuillfenPrefPane.h"
 
-#include <stdexcept>
-
-#include <QAbstractButton>
-#include <QDialog>
-
 #include "mail/Notifiers.h"
 #include "mail/SSMTP.h"
 #include "platform/Breath.h"
@@ -16,6 +11,11 @@
 #include "prefs/PreferencesNotification.h"
 #include "support/SettingsReading.h"
 #include "ui_QuillfenPrefPane.h"
+
+#include <QAbstractButton>
+#include <QDialog>
+
+#include <stdexcept>
 
 using namespace Qt::StringLiterals;
 

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <functional>
-#include <memory>
-#include <optional>
-
-#include <QString>
-#include <QStringList>
-
 #include "platform/Task.h"
 #include "platform/Turns.h"
 #include "prefs/WindowNotifications.h"
 #include "support/Settings.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+#include <optional>
 
 class QCheckBox;
 class QDialog;

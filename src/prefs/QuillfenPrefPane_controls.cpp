@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "prefs/QuillfenPrefPane.h"
 
-#include <array>
-#include <cmath>
-#include <cstdint>
-#include <initializer_list>
-#include <limits>
-#include <stdexcept>
-#include <utility>
+#include "platform/Preferences.h"
+#include "prefs/FieldHints.h"
+#include "prefs/WindowLook.h"
+#include "support/Bundle.h"
+#include "support/FormatText.h"
+#include "support/SettingsReading.h"
+#include "ui_QuillfenPrefPane.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -18,13 +18,13 @@
 #include <QPushButton>
 #include <QSignalBlocker>
 
-#include "platform/Preferences.h"
-#include "prefs/FieldHints.h"
-#include "prefs/WindowLook.h"
-#include "support/Bundle.h"
-#include "support/FormatText.h"
-#include "support/SettingsReading.h"
-#include "ui_QuillfenPrefPane.h"
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <initializer_list>
+#include <limits>
+#include <stdexcept>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 

@@ -30,7 +30,8 @@ void makeHintsSmall(const QWidget &window)
     }
 }
 
-/// Plasma's colours, as Qt 6.4 takes them, have none for examples: they stay black, in the dark too.
+/// Plasma's colours, as Qt 6.4 takes them, have none for examples: they stay black, in the dark
+/// too.
 void makeExamplesReadable(const QWidget &window)
 {
     for (QLineEdit *field : window.findChildren<QLineEdit *>()) {

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QObject>
+
 #include <functional>
 #include <vector>
-
-#include <QObject>
 
 class QWidget;
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <optional>
-
 #include <QString>
 #include <QStringView>
+
+#include <optional>
 
 /// How values are cut out of texts that others formatted.
 ///

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/TextDecoding.h"
 
-#include <array>
-
 #include <QStringDecoder>
+
+#include <array>
 
 namespace quillfen::support {
 

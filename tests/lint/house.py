@@ -8,6 +8,7 @@ from typing import NamedTuple
 from sources import Finding, files, is_cpp, line_of, run, without_comments
 
 _LICENSE = re.compile(r"(?:#![^\n]*\n)?(?://|#) SPDX-License-Identifier: GPL-3\.0-or-later\n")
+_COLUMNS = 100
 _UNFINISHED = re.compile(r"\b(?:TO" r"DO|FIX" r"ME|XX" r"X)\b")
 
 
@@ -29,7 +30,7 @@ _RULES = (
 )
 
 
-def needs_license(path: pathlib.Path, text: str) -> bool:
+def is_code(path: pathlib.Path, text: str) -> bool:
     return (is_cpp(path) or path.suffix in {".py", ".sh", ".cmake"}
             or path.name == "CMakeLists.txt" or text.startswith("#!"))
 
@@ -37,12 +38,22 @@ def needs_license(path: pathlib.Path, text: str) -> bool:
 def check(path: pathlib.Path, folder: str, text: str) -> list[Finding]:
     """What is wrong with the file at path, in that folder of the tree, that holds the text."""
     findings = []
-    if needs_license(path, text) and not _LICENSE.match(text):
-        findings.append(Finding(path, 1, "the licence line is missing (SPDX-License-Identifier)"))
+    if is_code(path, text):
+        findings += check_code(path, text)
     for match in _UNFINISHED.finditer(text):
         findings.append(Finding(path, line_of(text, match.start()), "finish it, or say it plainly"))
     if is_cpp(path):
         findings += check_cpp(path, folder, without_comments(text))
+    return findings
+
+
+def check_code(path: pathlib.Path, text: str) -> list[Finding]:
+    findings = []
+    if not _LICENSE.match(text):
+        findings.append(Finding(path, 1, "the licence line is missing (SPDX-License-Identifier)"))
+    for number, line in enumerate(text.splitlines(), 1):
+        if len(line) > _COLUMNS:
+            findings.append(Finding(path, number, f"more than {_COLUMNS} columns"))
     return findings
 
 

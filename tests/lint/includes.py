@@ -1,8 +1,9 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """A folder of src/ includes only itself and the folders below it.
 
-Every header is also compiled alone: its folder's CMakeLists.txt names it, and the source of its
-name, where there is one, includes it before anything else.
+The kinds of include lines keep their order: own header, ours, Qt's, the standard library's, the
+system's. Every header is also compiled alone: its folder's CMakeLists.txt names it, and the source
+of its name, where there is one, includes it before anything else.
 """
 
 import pathlib
@@ -22,6 +23,7 @@ _LINUX = "platform/linux"
 _BUS = _LINUX + "/bus"  # below the other folders there
 _COMMANDS = _LINUX + "/commands"  # above them
 _INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(["<])([^">]+)[">]', re.MULTILINE)
+_ORDER = "includes in this order: ours, Qt's, the standard library's, the system's"
 _HEADERS = re.compile(r"\bHEADERS\b(.*?)(?:\bSOURCES\b|\bNEEDS\b|\bLINKS\b|\))", re.DOTALL)
 
 
@@ -66,6 +68,28 @@ def check_includes(src: pathlib.Path, path: pathlib.Path) -> list[Finding]:
     return findings
 
 
+def kind(quote: str, name: str) -> int:
+    """What an include line names: ours 0, Qt's 1, the standard library's 2, the system's 3."""
+    if quote == '"':
+        return 0
+    if name.startswith("Q"):
+        return 1
+    return 3 if name.endswith(".h") or "/" in name else 2
+
+
+def check_order(path: pathlib.Path) -> list[Finding]:
+    code = without_comments(path.read_text(encoding="utf-8"), texts=False)
+    last = 0
+    for match in _INCLUDE.finditer(code):
+        if match.group(2) == f"{path.stem}.moc":
+            continue
+        now = kind(*match.groups())
+        if now < last:
+            return [Finding(path, line_of(code, match.start(1)), _ORDER)]
+        last = now
+    return []
+
+
 def check_own_header(src: pathlib.Path, path: pathlib.Path) -> list[Finding]:
     header = path.with_suffix(".h")
     if not header.is_file():
@@ -96,6 +120,7 @@ def lint(root: pathlib.Path) -> list[Finding]:
     findings = [] if sources else [Finding(src, 1, "no sources here")]
     for path in sources:
         findings += check_includes(src, path)
+        findings += check_order(path)
         if path.suffix == ".h":
             findings += check_listed(path)
         else:

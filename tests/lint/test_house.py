@@ -12,6 +12,7 @@ _UNFINISHED = "TO" + "DO"
 
 _GOOD = {
     "src/a/A.h": _CPP + "#pragma once\n",
+    "src/a/Wide.cpp": _CPP + "// " + 97 * "x" + "\n",
     "src/a/A.cpp": _CPP + '// waitForReadyRead() and QEventLoop: not here.\nauto t = "#if";\n',
     "src/a/CMakeLists.txt": _HASH,
     "cmake/A.cmake": _HASH,
@@ -29,6 +30,8 @@ _BAD = {
     "a CMake file without a licence": ("cmake/A.cmake", "set(a b)\n"),
     "a script without a licence": ("scripts/run", "#!/bin/sh\ntrue\n"),
     "a Python file without a licence": ("tests/a/test_a.py", "import re\n"),
+    "a long line": ("src/a/A.cpp", _CPP + "// " + 98 * "x" + "\n"),
+    "a long line in a script": ("scripts/run", "#!/bin/sh\n" + _HASH + "# " + 99 * "x" + "\n"),
     "a header that can come twice": ("src/a/A.h", _CPP + "int a();\n"),
     "a header's guard in a comment": ("src/a/A.h", _CPP + "/*\n#pragma once\n*/\n"),
     "a test's header that can come twice": ("tests/a/A.h", _CPP + "int a();\n"),

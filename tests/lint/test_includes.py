@@ -95,9 +95,20 @@ class IncludesTest(tree.TreeTest):
         self.write("src/platform/Turns.cpp", '/*\n#include "app/App.h"\n*/\n')
         self.assertEqual(self.found(), [])
 
+    def test_includes_have_their_order(self) -> None:
+        ours, qt, std, system = ('"platform/Host.h"', "<QString>", "<vector>", "<sys/stat.h>")
+        self.write("src/support/Text.cpp", "".join(
+            f"#include {name}\n" for name in (ours, qt, std, system, '"Text.moc"')))
+        self.assertEqual(self.found(), [])
+        for first, second in ((qt, ours), (std, qt), (system, std), ("<poll.h>", ours)):
+            with self.subTest(first=first, second=second):
+                self.write("src/support/Text.cpp", f"#include {first}\n#include {second}\n")
+                self.assertEqual(self.found(), [includes._ORDER])
+
     def test_a_source_that_does_not_begin_with_its_own_header_fails(self) -> None:
         own = '#include "support/Log.h"\n'
-        for text in ("#include <vector>\n" + own, '#include "platform/Host.h"\n', "int a;\n"):
+        other = '#include "platform/Host.h"\n'
+        for text in (other + own, other, "int a;\n"):
             with self.subTest(text):
                 self.write("src/support/Log.cpp", "// x\n" + text)
                 self.assertEqual(self.found(), ['include "support/Log.h" before anything else'])

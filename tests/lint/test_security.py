@@ -15,7 +15,8 @@ class SecurityTest(TreeTest):
         self.write("tests/fuzz/c/CMakeLists.txt", "quillfen_fuzz(fuzz_c SOURCES C.cpp NEEDS c)\n")
 
     def findings(self, *rows: str) -> list[str]:
-        self.write("docs/security.md", f"# Security\n\n{HEAD}" + "".join(f"{row}\n" for row in rows))
+        table = "".join(f"{row}\n" for row in rows)
+        self.write("docs/security.md", f"# Security\n\n{HEAD}{table}")
         return [finding.message for finding in lint(self.root)]
 
     def test_claims_with_their_tests_are_well(self) -> None:

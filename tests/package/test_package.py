@@ -56,7 +56,8 @@ def test_it_starts_watches_and_ends_in_order(root, arguments):
     try:
         _until(lambda: log.exists() and "Starting up..." in log.read_text(encoding="utf-8"),
                "it writes no log")
-        _until(lambda: "refreshed. (-.-.-.-)" in log.read_text(encoding="utf-8"), "it does not watch")
+        _until(lambda: "refreshed. (-.-.-.-)" in log.read_text(encoding="utf-8"),
+               "it does not watch")
     finally:
         program.terminate()
         output, _ = program.communicate(timeout=30)

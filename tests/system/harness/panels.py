@@ -4,7 +4,8 @@
 from .status_area import WATCHER
 from .waiting import until
 
-INDICATOR_SERVICE = "/usr/libexec/ayatana-indicator-application/ayatana-indicator-application-service"
+INDICATOR_SERVICE = ("/usr/libexec/ayatana-indicator-application/"
+                     "ayatana-indicator-application-service")
 
 MATE_LAYOUT = """[org/mate/panel/general]
 toplevel-id-list=['top']

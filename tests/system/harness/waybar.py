@@ -50,7 +50,8 @@ class Waybar:
             seen.append(self.text())
             return condition(seen[-1])
         until(readable,
-              lambda: f"{what} in the bar; it reads {seen[-1]!r}; waybar says {self._waybar.text()}",
+              lambda: (f"{what} in the bar; it reads {seen[-1]!r}; "
+                       f"waybar says {self._waybar.text()}"),
               within=30)
 
     def wait_for_text(self, text):

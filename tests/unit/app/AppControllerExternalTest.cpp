@@ -51,8 +51,8 @@ QStringList poll(const QString &source, const QString &current, const QString &l
 QStringList withoutNext(QStringList lines, const QString &minutes, int *next)
 {
     const QRegularExpression told(
-        uR"(Next external IP address check in: %1 minutes \(at \d{4}-\d\d-\d\d \d\d:\d\d:\d\d [+-]\d{4}\))"_s
-            .arg(minutes));
+        u"Next external IP address check in: %1 minutes "
+        uR"(\(at \d{4}-\d\d-\d\d \d\d:\d\d:\d\d [+-]\d{4}\))"_s.arg(minutes));
     const qsizetype before = lines.size();
     lines.removeIf([&told](const QString &line) { return told.match(line).captured() == line; });
     *next = static_cast<int>(before - lines.size());

@@ -68,7 +68,7 @@ struct Ends {
 QStringList texts(const QByteArray &lines)
 {
     static const QRegularExpression form(
-        u"^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} desktop_stderr[a-z]*\\[\\d+\\] (.*)$"_s);
+        uR"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} desktop_stderr[a-z]*\[\d+\] (.*)$)"_s);
     QStringList texts;
     for (const QString &line : QString::fromUtf8(lines).split(u'\n', Qt::SkipEmptyParts))
         texts += form.match(line).captured(1);

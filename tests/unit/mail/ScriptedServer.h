@@ -24,8 +24,8 @@ namespace quillfen::mail {
 ///
 /// The stages, at each of which it can be told something, are what it hears: "connect" (before the
 /// greeting), "EHLO", "HELO", "STARTTLS", "handshake", "secured" (right behind the handshake),
-/// "AUTH", "answer" (a line of a login), "MAIL", "RCPT", "DATA", "." (the end of a mail) and "QUIT";
-/// "EHLO/2" is the second one of a connection.
+/// "AUTH", "answer" (a line of a login), "MAIL", "RCPT", "DATA", "." (the end of a mail) and
+/// "QUIT"; "EHLO/2" is the second one of a connection.
 class ScriptedServer : public QTcpServer {
 public:
     /// What it does at a stage in place of the usual.

@@ -31,8 +31,8 @@ constexpr auto kPatience = 20s;
 /// More than the buffers of a socket hold when each carries a thousand bytes.
 constexpr int kFlood = 1000;
 
-/// Another program on the bus, which Qt has no part in: it reads when it is asked to, and the test's
-/// own thread does it.
+/// Another program on the bus, which Qt has no part in: it reads when it is asked to, and the
+/// test's own thread does it.
 class Stranger {
 public:
     explicit Stranger(const QString &address)

@@ -9,7 +9,8 @@
 namespace quillfen::platform {
 
 /// A desktop entry that starts @p program, an absolute path, when the session starts; with
-/// @p hidden it starts nothing, and keeps one of the same name in the system's folders from doing so.
+/// @p hidden it starts nothing, and keeps one of the same name in the system's folders from doing
+/// so.
 /// @source Desktop Entry Specification 1.5, "The Exec key"; Desktop Application Autostart
 ///         Specification 0.5.
 QByteArray autostartEntry(const QString &program, bool hidden);

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/desktop/RemoteApplication.h"
 
+#include "platform/linux/bus/ActivationToken.h"
+
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 
 #include <chrono>
 #include <utility>
-
-#include "platform/linux/bus/ActivationToken.h"
 
 namespace quillfen::platform {
 

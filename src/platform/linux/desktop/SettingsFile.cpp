@@ -99,8 +99,8 @@ std::optional<QByteArray> readAtMost(int file, qint64 most, qint64 said)
     return bytes;
 }
 
-/// Writes all of @p bytes, or @p file tells why not: where a part of them still had room, it does so
-/// for the next write only.
+/// Writes all of @p bytes, or @p file tells why not: where a part of them still had room, it does
+/// so for the next write only.
 bool writeAll(QSaveFile &file, const QByteArray &bytes)
 {
     qint64 written = 0;

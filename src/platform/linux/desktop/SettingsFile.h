@@ -44,7 +44,8 @@ public:
     };
     using Writing = std::variant<Stored, NotStored>;
 
-    /// Bytes. An external address of one megabyte, each character of it six in the file, finds room.
+    /// Bytes. An external address of one megabyte, each character of it six in the file, finds
+    /// room.
     static constexpr qint64 kLargest = 8 * 1024 * 1024;
 
     explicit SettingsFile(QString folder);

@@ -29,8 +29,9 @@ QString withVisibleControls(const QString &text);
 /// before it was lost for want of room. Nor does it cost the process, whoever writes there:
 /// from its making on, a failed write raises no signal (ignoreSignalsOfFailedWrites()).
 ///
-/// Make it before anything that opens files or writes a line: where standard error (input, output) is closed it
-/// opens the null device there, so that no file of ours ever gets that number and these lines.
+/// Make it before anything that opens files or writes a line: where standard error (input, output)
+/// is closed it opens the null device there, so that no file of ours ever gets that number and
+/// these lines.
 class StderrConsole : public SystemConsole {
 public:
     StderrConsole();

@@ -13,7 +13,8 @@ namespace quillfen::platform {
 /// (BusKnock).
 class OwnConnection {
 public:
-    /// To the bus of the D-Bus addresses @p addresses; where that fails, one that is never connected.
+    /// To the bus of the D-Bus addresses @p addresses; where that fails, one that is never
+    /// connected.
     explicit OwnConnection(const QByteArray &addresses);
     ~OwnConnection();
     OwnConnection(const OwnConnection &) = delete;

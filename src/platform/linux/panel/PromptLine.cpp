@@ -12,9 +12,9 @@
 
 // libdbus may be called from several threads, but Qt has it call back only in the thread of its
 // own: what Qt is told in another one, "tell me when the socket takes more", gets lost. And it
-// has no way of being woken for a message that was only queued because that thread was just reading.
-// So nothing is sent past that thread unless the socket takes it, and whatever is left
-// in the queue afterwards, be it ours or Qt's, is pushed on by a call that Qt sends.
+// has no way of being woken for a message that was only queued because that thread was just
+// reading. So nothing is sent past that thread unless the socket takes it, and whatever is left in
+// the queue afterwards, be it ours or Qt's, is pushed on by a call that Qt sends.
 
 using namespace Qt::StringLiterals;
 
@@ -58,8 +58,8 @@ OwnMessage forLibrary(const QDBusMessage &message, const QList<QByteArray> &text
     return signal;
 }
 
-/// How much the socket @p descriptor takes whole if it takes anything at all: Linux calls one of the
-/// kind AF_UNIX writable while at most a quarter of its buffer is in use.
+/// How much the socket @p descriptor takes whole if it takes anything at all: Linux calls one of
+/// the kind AF_UNIX writable while at most a quarter of its buffer is in use.
 qsizetype mostAtOnce(int descriptor)
 {
     int buffer = 0;

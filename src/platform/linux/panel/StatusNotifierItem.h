@@ -16,8 +16,8 @@ class SystemConsole;
 /// A status item on the session bus.
 ///
 /// Title and image are remembered at once and go out together, in the event loop's next pass at
-/// the latest; in the first of these the item is registered, so that a panel sees it complete: as soon as
-/// the session bus answers. Until it does nobody waits for it but the item.
+/// the latest; in the first of these the item is registered, so that a panel sees it complete: as
+/// soon as the session bus answers. Until it does nobody waits for it but the item.
 class StatusNotifierItem final : public QObject, public StatusItem {
     Q_OBJECT
 

@@ -9,8 +9,8 @@
 namespace quillfen::platform {
 
 /// The status on the session bus: properties of this interface, of the object at this path. They
-/// are only read. Each change is told by PropertiesChanged: with the new value, of the list of addresses
-/// only that it changed.
+/// are only read. Each change is told by PropertiesChanged: with the new value, of the list of
+/// addresses only that it changed.
 ///
 /// `Title` s, `Addresses` as, `DNSName` s, `ComputerName` s, `WirelessNetwork` s,
 /// `ExternalAddress` s: the fields of ShownStatus, where an empty text stands for nothing.

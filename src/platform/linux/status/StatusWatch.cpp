@@ -25,8 +25,8 @@ const QString kBus = u"org.freedesktop.DBus"_s;
 const QString kNobody = u"org.freedesktop.DBus.Error.NameHasNoOwner"_s;
 const QString kBusPath = u"/org/freedesktop/DBus"_s;
 
-/// In ms; libdbus sets no timer for it (DBUS_TIMEOUT_INFINITE). An answer that came too late would be
-/// lost, and with it what changed; and an end that we wait for shows without one.
+/// In ms; libdbus sets no timer for it (DBUS_TIMEOUT_INFINITE). An answer that came too late would
+/// be lost, and with it what changed; and an end that we wait for shows without one.
 constexpr int kAsLongAsItTakes = std::numeric_limits<int>::max();
 
 /// Calls @p then with the answer to @p call from the event loop, unless @p context is gone.

@@ -3,11 +3,11 @@
 
 #include <QString>
 
+#include <optional>
+
 #include <curl/curl.h>
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
-
-#include <optional>
 
 namespace quillfen::platform {
 

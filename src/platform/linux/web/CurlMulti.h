@@ -18,8 +18,8 @@ namespace quillfen::platform {
 /// to wait for, and is told when these come. In each call it does what can be done at once, and
 /// never waits.
 ///
-/// A server from whom more than kMostReceived has come is cut off, whatever it was: its transfer ends
-/// with CURLE_FILESIZE_EXCEEDED.
+/// A server from whom more than kMostReceived has come is cut off, whatever it was: its transfer
+/// ends with CURLE_FILESIZE_EXCEEDED.
 /// @source libcurl-multi(3), "MULTI_SOCKET".
 class CurlMulti {
 public:

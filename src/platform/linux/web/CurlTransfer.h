@@ -18,16 +18,16 @@ namespace quillfen::platform {
 /// own, over HTTP/1.1. Destroying it closes the connection at once.
 ///
 /// What a server can make it read or hold is bounded: the heads of its answers together by
-/// kMostHeadBytes and kMostHeadLines, the body by UrlLoader::kMostBytes once it is unpacked, and all that it sends by
-/// CurlMulti::kMostReceived. A body that is packed more than once is none: a few bytes of that can
-/// be endless work.
+/// kMostHeadBytes and kMostHeadLines, the body by UrlLoader::kMostBytes once it is unpacked, and
+/// all that it sends by CurlMulti::kMostReceived. A body that is packed more than once is none: a
+/// few bytes of that can be endless work.
 class CurlTransfer {
 public:
     static constexpr qsizetype kMostHeadBytes = 64 * 1024;
     static constexpr int kMostHeadLines = 1000;
 
-    /// Gives the answer to @p give; one without anything in it when the exchange fails. @p curl must
-    /// outlive this.
+    /// Gives the answer to @p give; one without anything in it when the exchange fails. @p curl
+    /// must outlive this.
     CurlTransfer(const CurlFunctions &curl, const WebRequest &request, Giver<WebAnswer> give);
     CurlTransfer(const CurlTransfer &) = delete;
     CurlTransfer &operator=(const CurlTransfer &) = delete;

@@ -22,7 +22,8 @@ bool isWeb(const QUrl &url)
         && (url.scheme() == "http"_L1 || url.scheme() == "https"_L1);
 }
 
-/// Whether @p address counts on one link only (RFC 4007 section 11). libcurl is not to be given such.
+/// Whether @p address counts on one link only (RFC 4007 section 11). libcurl is not to be given
+/// such.
 bool isScoped(const QString &address)
 {
     return address.contains(u'%');
