@@ -9,9 +9,11 @@ class Reader:
     """Reads the item's title from the bus without a pause, and keeps the longest answer.
 
     The time that the program stood in line for a processor, behind other processes, does not
-    count. In turns with it, asks the bus itself: how long that takes at most is this machine's
-    noise.
+    count. In turns with it, asks the bus itself. How long that takes at most, for each of the times
+    that the program's answer changes hands more often than the bus's, is this machine's noise.
     """
+
+    HANDS = 3  # to the program's thread for the bus, to its main thread, and back
 
     def __init__(self, status_area, program):
         self._status_area = status_area
@@ -29,7 +31,8 @@ class Reader:
             answer = duration(self._status_area.title)
             in_line = self._program.seconds_in_line() - in_line
             self.longest = max(self.longest, answer - in_line)
-            self.noise = max(self.noise, duration(self._status_area.ask_bus))
+            bus = duration(self._status_area.ask_bus)
+            self.noise = max(self.noise, self.HANDS * bus)
             self.count += 1
 
     def stop(self):
