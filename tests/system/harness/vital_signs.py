@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """What a running process holds: memory, open files, threads."""
 
+import contextlib
 import os
 from collections import namedtuple
 
@@ -14,6 +15,16 @@ def vital_signs(pid):
                   in (line.partition(":") for line in rollup) if rest.endswith(" kB\n")}
     return VitalSigns(memory["Private_Dirty"], memory["Rss"],
                       len(os.listdir(f"/proc/{pid}/fd")), len(os.listdir(f"/proc/{pid}/task")))
+
+
+def sockets(pid):
+    """How many sockets the process has open."""
+    found = 0
+    folder = f"/proc/{pid}/fd"
+    for name in os.listdir(folder):
+        with contextlib.suppress(FileNotFoundError):  # closed meanwhile
+            found += os.readlink(f"{folder}/{name}").startswith("socket:")
+    return found
 
 
 def waits(pid):
