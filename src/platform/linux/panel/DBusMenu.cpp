@@ -6,9 +6,9 @@
 
 #include <QDBusError>
 #include <QPointer>
-#include <QSet>
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -41,7 +41,7 @@ public:
 
 private:
     bool m_all;
-    QSet<QString> m_names;
+    std::set<QString> m_names;
 };
 
 /// The entries of @p now that @p before has not, or has with another value.
@@ -227,13 +227,13 @@ void DBusMenu::getGroupProperties(const QDBusMessage &message) const
 {
     const QVariantList given = message.arguments();
     const auto asked = qdbus_cast<QList<int>>(given[0]);
-    const QSet<int> ids(asked.begin(), asked.end());
+    const std::set<int> ids(asked.begin(), asked.end());
     const Wanted wanted(given[1].toStringList());
     QList<MenuProperties> found;
-    if (ids.isEmpty() || ids.contains(0))
+    if (ids.empty() || ids.contains(0))
         found.append({0, wanted.of(rootProperties())});
     for (const MenuRow &row : m_rows.all())
-        if (ids.isEmpty() || ids.contains(row.id))
+        if (ids.empty() || ids.contains(row.id))
             found.append({row.id, wanted.of(row.properties())});
     reply(message, {QVariant::fromValue(found)});
 }
