@@ -40,11 +40,12 @@ platform::LineBuffer lineBuffer(const QByteArray &date, const QString &message)
 {
     platform::LineBuffer buffer;
     buffer.append('[').append(date).append("] ");
-    if (!buffer.appendPlain(message))
+    const bool plain = buffer.appendPlain(message);
+    if (!plain)
         buffer.append(inOneLine(message));
     if (buffer.size() > kBufferBytes)
         buffer.truncate(0);
-    if (const qsizetype zero = buffer.bytes().indexOf('\0'); zero >= 0)
+    else if (const qsizetype zero = plain ? -1 : buffer.bytes().indexOf('\0'); zero >= 0)
         buffer.truncate(zero);
     if (buffer.size() < kBufferBytes)
         buffer.append('\n');

@@ -149,6 +149,38 @@ private Q_SLOTS:
         QVERIFY(std::abs(stamp.msecsTo(before)) < 60'000);
     }
 
+    void eachLineHasTheTimeOfItsOwn()
+    {
+        constexpr qint64 kLong = 1100; // so that it goes on into another second
+        constexpr qint64 kBetween = 37;
+        Ends ends = Ends::ofPipe();
+        inChild([&] {
+            ends.becomeStandardError();
+            StderrConsole console;
+            const qint64 start = QDateTime::currentMSecsSinceEpoch();
+            for (qint64 now = start, next = start; now < start + kLong;
+                 now = QDateTime::currentMSecsSinceEpoch()) {
+                if (now < next)
+                    continue;
+                next = now + kBetween;
+                console.write(QString::number(now));
+            }
+            return QByteArray();
+        });
+        const QString lines = QString::fromUtf8(ends.readToTheEnd());
+        qint64 stamp = 0;
+        int count = 0;
+        for (const QString &line : lines.split(u'\n', Qt::SkipEmptyParts)) {
+            const qint64 written = line.section(u' ', 3).toLongLong();
+            QVERIFY2(written >= stamp, qPrintable(lines));
+            stamp = QDateTime::fromString(line.first(23), u"yyyy-MM-dd HH:mm:ss.zzz"_s)
+                        .toMSecsSinceEpoch();
+            QVERIFY2(stamp >= written, qPrintable(lines));
+            ++count;
+        }
+        QVERIFY2(count > 1, qPrintable(lines));
+    }
+
     void linesOfSeveralProcessesNeverMix_data()
     {
         QTest::addColumn<bool>("socket");

@@ -35,6 +35,14 @@ private Q_SLOTS:
             const QByteArray expected = plain ? "before a"_ba + char(c) + 'b' : "before "_ba;
             QCOMPARE(line.bytes().toByteArray(), expected);
         }
+        const QString many(40, u'x');
+        for (qsizetype at = 0; at < many.size(); ++at) {
+            LineBuffer line;
+            QVERIFY(!line.appendPlain(QString(many).replace(at, 1, u'\n')));
+            QCOMPARE(line.size(), 0);
+            QVERIFY(line.appendPlain(many.first(at)));
+            QCOMPARE(line.bytes().toByteArray(), many.first(at).toLatin1());
+        }
         LineBuffer line;
         QVERIFY(line.appendPlain(QString(2000, u'x')));
         QVERIFY(line.appendPlain(u""_s));

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/linux/desktop/StderrConsole.h"
 
+#include "platform/LineBuffer.h"
 #include "platform/linux/desktop/UnixSignals.h"
 
 #include <QDateTime>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <climits>
 
@@ -24,6 +24,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto kPatience = 20ms;
+constexpr QByteArrayView kThousandths = ".000 ";
 
 bool steersOrForges(char16_t c)
 {
@@ -104,8 +105,7 @@ void StderrConsole::write(const QString &text)
     LineBuffer line;
     if (m_amidLine)
         line.append('\n');
-    appendMoment(line);
-    line.append(m_process);
+    line.append(front());
     if (!line.appendPlain(text))
         line.append(withVisibleControls(text));
     line.append('\n');
@@ -114,18 +114,21 @@ void StderrConsole::write(const QString &text)
     m_amidLine = sent > 0 ? m_lostLast : m_amidLine;
 }
 
-void StderrConsole::appendMoment(LineBuffer &line)
+const QByteArray &StderrConsole::front()
 {
     const auto now = std::chrono::system_clock::now();
     const auto second = std::chrono::floor<std::chrono::seconds>(now);
-    if (m_date.isEmpty() || second != m_second) {
+    if (m_front.isEmpty() || second != m_second) {
         m_second = second;
-        m_date = dateAndTime(std::chrono::system_clock::to_time_t(second));
+        m_front = dateAndTime(std::chrono::system_clock::to_time_t(second));
+        m_front.append(kThousandths).append(m_process);
     }
     const int thousandths = int((now - second) / 1ms);
-    const auto digit = [thousandths](int unit) { return char('0' + thousandths / unit % 10); };
-    const std::array<char, 5> rest = {'.', digit(100), digit(10), digit(1), ' '};
-    line.append(m_date).append(QByteArrayView(rest));
+    char *const digits = m_front.data() + m_front.size() - m_process.size() - kThousandths.size();
+    digits[1] = char('0' + thousandths / 100);
+    digits[2] = char('0' + thousandths / 10 % 10);
+    digits[3] = char('0' + thousandths % 10);
+    return m_front;
 }
 
 qsizetype StderrConsole::send(QByteArrayView line) const

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/LineBuffer.h"
 #include "platform/SystemConsole.h"
 
 #include <QByteArray>
@@ -49,9 +48,10 @@ private:
         PollAndWrite, ///< A pipe or terminal that could not be opened anew.
     };
 
-    /// Appends the moment. All but its thousandths is put together once for all lines within a
-    /// second: that takes longer than writing them.
-    void appendMoment(LineBuffer &line);
+    /// What stands in front of a line of this moment. All but the thousandths is put together once
+    /// for all lines within a second: that takes longer than writing them. Holds until the next
+    /// call.
+    const QByteArray &front();
     /// @returns how many bytes of @p line got through.
     qsizetype send(QByteArrayView line) const;
     ssize_t sendSome(const char *bytes, std::size_t count) const;
@@ -61,7 +61,7 @@ private:
     bool hasRoomBefore(Deadline deadline) const;
 
     const QByteArray m_process; ///< "quillfen[4711] ".
-    QByteArray m_date; ///< That of m_second; empty before the first line.
+    QByteArray m_front; ///< That of the last line, within m_second; empty before the first.
     std::chrono::sys_seconds m_second{};
     int m_descriptor = STDERR_FILENO; ///< Or the same pipe or terminal opened anew, non-blocking.
     Way m_way = Way::Write;
