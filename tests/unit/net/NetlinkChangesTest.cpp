@@ -9,11 +9,13 @@
 #include <QTest>
 
 #include <array>
+#include <chrono>
 #include <optional>
 
 using namespace quillfen::platform;
 using namespace quillfen::test;
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -222,6 +224,23 @@ private Q_SLOTS:
         QCOMPARE(m_watching->told.size(), 0u);
         QCOMPARE(m_watching->ahead, 0);
         nextToldIsAMarker();
+    }
+
+    void leavesTheFirstMomentToWhoeverIsToldAtOnce()
+    {
+        using Clock = std::chrono::steady_clock;
+        std::optional<Clock::time_point> ahead;
+        m_watching->source->onEachChange([&ahead](const QStringList &) { ahead = Clock::now(); });
+        QTRY_VERIFY(m_watching->atRest());
+        Watching inTurnAlone; // it comes later, so it is woken after the other
+        inTurnAlone.store->setNotificationKeys({ipv4OfEveryService()});
+        inTurnAlone.source = inTurnAlone.store->createRunLoopSource();
+        inTurnAlone.source->addTo(inTurnAlone.turns);
+        QTRY_VERIFY(inTurnAlone.atRest());
+        m_network->addAddress(u"eb"_s, u"10.0.0.1/32"_s);
+        QTRY_COMPARE(inTurnAlone.told.size(), 1u);
+        QVERIFY(ahead);
+        QVERIFY(inTurnAlone.toldAt - *ahead >= 1ms);
     }
 
     void gathersWhatComesDuringAnotherTurn()

@@ -11,6 +11,7 @@
 #include <QTest>
 #include <QTimer>
 
+#include <chrono>
 #include <exception>
 #include <memory>
 #include <stdexcept>
@@ -64,6 +65,7 @@ public:
     int ahead = 0; ///< How often it was told ahead of its turn.
     std::vector<QStringList> told; ///< The keys of each callback.
     QStringList seen; ///< What the last callback read.
+    std::chrono::steady_clock::time_point toldAt; ///< When that was.
     platform::Turns turns{[](std::exception_ptr) { qFatal("a turn failed"); }};
 
 private:
@@ -71,6 +73,7 @@ private:
                                       void *context)
     {
         auto *watching = static_cast<Watching *>(context);
+        watching->toldAt = std::chrono::steady_clock::now();
         watching->told.push_back(changedKeys);
         watching->seen = addressesIn(watching->stores);
         co_return;

@@ -19,6 +19,9 @@ using namespace std::chrono_literals;
 
 /// The least time between two looks. A storm of changes costs no more than this allows.
 constexpr std::chrono::milliseconds kBetweenLooks = 10ms;
+/// From an event to the look of whoever is told in a turn: it costs processor time that belongs to
+/// the panel first, which has just been sent the label.
+constexpr std::chrono::milliseconds kPanelFirst = 2ms;
 /// After an answer during which the network changed. Asking again at once would go on failing,
 /// a thousand times in a storm.
 constexpr std::chrono::milliseconds kAfterInterruption = 5ms;
@@ -30,7 +33,6 @@ std::chrono::milliseconds afterFailures(int failuresInARow)
     return 1s * (1 << std::min(failuresInARow - 1, 6));
 }
 
-const auto kLookIsDue = static_cast<QEvent::Type>(QEvent::registerEventType());
 const auto kTurnIsDue = static_cast<QEvent::Type>(QEvent::registerEventType());
 
 QStringList addressesOf(const std::vector<Service> &services)
@@ -85,9 +87,8 @@ void NetlinkSource::wake()
         hear();
         return;
     }
-    // Nobody is told at once here, so whoever is comes first.
     m_notifier.setEnabled(false);
-    QCoreApplication::postEvent(this, new QEvent(kLookIsDue), Qt::LowEventPriority);
+    m_pause.start(kPanelFirst);
 }
 
 void NetlinkSource::hear()
@@ -98,24 +99,24 @@ void NetlinkSource::hear()
         m_notifier.setEnabled(true);
         return;
     }
+    const std::chrono::milliseconds pause = look(); // before all else: its finding is waited for
     m_notifier.setEnabled(false);
-    m_pause.start(kBetweenLooks);
-    look();
+    m_pause.start(pause);
 }
 
-void NetlinkSource::look()
+/// @returns the least time until the next look.
+std::chrono::milliseconds NetlinkSource::look()
 {
     std::vector<Service> services;
     const int error = m_question.ask(services);
     m_behind = error != 0;
-    if (!m_behind) {
-        m_failuresInARow = 0;
-        compare(std::move(services));
-    } else if (error == EINTR) {
-        m_pause.start(kAfterInterruption);
-    } else {
-        m_pause.start(afterFailures(++m_failuresInARow));
-    }
+    if (error == EINTR)
+        return kAfterInterruption;
+    if (m_behind)
+        return afterFailures(++m_failuresInARow);
+    m_failuresInARow = 0;
+    compare(std::move(services));
+    return kBetweenLooks;
 }
 
 void NetlinkSource::compare(std::vector<Service> services)
@@ -141,9 +142,7 @@ void NetlinkSource::takeTurn()
 
 void NetlinkSource::customEvent(QEvent *event)
 {
-    if (event->type() == kLookIsDue)
-        hear();
-    else if (event->type() == kTurnIsDue)
+    if (event->type() == kTurnIsDue)
         m_turns->take(turn(this));
 }
 
@@ -159,7 +158,7 @@ std::optional<QStringList> NetlinkSource::beginTurn()
 {
     // After a long wait for others, what came meanwhile belongs to this turn.
     if (m_turnWaits && (m_behind || m_subscription.events.pending()))
-        look();
+        m_pause.start(look());
     m_turnQueued = false;
     if (addressesOf(m_present) == addressesOf(m_subscription.heardOf) && !readOtherwise())
         return {};

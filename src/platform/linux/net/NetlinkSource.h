@@ -12,6 +12,7 @@
 #include <QSocketNotifier>
 #include <QTimer>
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -55,7 +56,7 @@ private:
     void begin();
     void wake();
     void hear();
-    void look();
+    std::chrono::milliseconds look();
     void compare(std::vector<Service> services);
     void takeTurn();
     std::optional<QStringList> beginTurn();
