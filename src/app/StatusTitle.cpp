@@ -49,14 +49,15 @@ void StatusTitle::showAhead(const QStringList &addresses)
     const std::optional<QString> image = m_item.image();
     noteAddresses(addresses);
     if (addresses.isEmpty())
-        show(kNoAddress, false);
+        compose(kNoAddress, false);
     else if (addresses.first().isNull())
-        show(kMissingElement, false);
+        compose(kMissingElement, false);
     else
-        show(addresses.first(), m_settings.titleIconOnly());
+        compose(addresses.first(), m_settings.titleIconOnly());
     if (image == kChangeImage)
         m_item.setImage(image);
     m_item.displayIfNeeded();
+    publish(); // after it: the panel comes first
 }
 
 Task<> StatusTitle::setTitle(QString title, bool withIcon)
@@ -65,18 +66,18 @@ Task<> StatusTitle::setTitle(QString title, bool withIcon)
     // Before anything of the title is touched: it changes once, however long this takes.
     if (wireless && !m_wirelessName)
         co_await lookUpWirelessName();
-    show(title, withIcon);
+    compose(title, withIcon);
+    publish();
     if (wireless)
         m_log.LogMessage(formatText(u"Wireless network: %@", m_wirelessName));
 }
 
-void StatusTitle::show(const QString &title, bool withIcon)
+void StatusTitle::compose(const QString &title, bool withIcon)
 {
     m_shown.wirelessNetwork.reset();
     if (withIcon) {
         m_item.setTitle({});
         m_item.setImage(kSmallImage);
-        publish();
         return;
     }
     m_item.setImage(std::nullopt);
@@ -90,7 +91,6 @@ void StatusTitle::show(const QString &title, bool withIcon)
         m_shown.wirelessNetwork = m_wirelessName;
     }
     m_item.setTitle(composed);
-    publish();
 }
 
 Task<> StatusTitle::lookUpWirelessName()

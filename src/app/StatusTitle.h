@@ -67,8 +67,8 @@ public:
 private:
     /// Shows @p addresses' first with the names as they are known, and logs nothing.
     void showAhead(const QStringList &addresses);
-    /// Shows what setTitle() composes with the names that are known already.
-    void show(const QString &title, bool withIcon);
+    /// Gives the item what setTitle() composes, with the names that are known already.
+    void compose(const QString &title, bool withIcon);
 
     const platform::Platform &m_platform;
     support::Log &m_log;
