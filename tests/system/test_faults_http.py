@@ -12,7 +12,7 @@ import pytest
 
 from harness.lookup_service import LookupService, answer, page
 from harness.transcript import Transcript, without_dates
-from harness.vital_signs import sockets, vital_signs
+from harness.vital_signs import open_apart_from_settings, vital_signs
 from harness.waiting import until
 
 LOCAL = "192.0.2.7"
@@ -158,13 +158,13 @@ def test_lies_are_no_answer(home, bus, start, service, say):
         until(lambda: len(home.log.last_run()) >= len(lines), what)
         assert without_dates(home.log.last_run())[-12:] == lines[-12:], what
 
-    open_before = sockets(program.pid)
+    open_before = open_apart_from_settings(program.pid)
     before = vital_signs(program.pid)
     for name, lie in lies.items():
         tell(service, lie)
         poll_finds(FAILED, FAILED, name)
     assert {request.split(" ")[1] for request in service.requests} == {"/"}
-    until(lambda: sockets(program.pid) <= open_before, "all sockets closed")
+    until(lambda: open_apart_from_settings(program.pid) <= open_before, "all sockets closed")
     assert vital_signs(program.pid).private_dirty - before.private_dirty <= ALLOWED_GROWTH
     service.answers(answer(PAGE))
     poll_finds(SEEN, FAILED, "the truth")

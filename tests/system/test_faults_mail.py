@@ -15,7 +15,7 @@ from harness.mail_transcript import (CONNECTED, ENDED, LOGGED_IN, LOST, SECURE, 
 from harness.log_tail import LogTail
 from harness.orders import Orders
 from harness.transcript import Transcript
-from harness.vital_signs import sockets, vital_signs
+from harness.vital_signs import open_apart_from_settings, vital_signs
 from harness.waiting import until
 
 FIRST, SECOND = "192.0.2.7", "198.51.100.4"
@@ -100,14 +100,14 @@ def test_a_server_that_dies_in_mid_session(home, orders, server, authority, star
         return session
 
     assert lines_of_a_mail() == USUAL_STAGES  # what TLS needs once is there from here on
-    open_before = sockets(program.pid)
+    open_before = open_apart_from_settings(program.pid)
     before = vital_signs(program.pid)
     for point, (how, by_reset) in itertools.product(STAGES, HOWS):
         server.dies(point, how, by_reset)
         assert lines_of_a_mail() in told(point, how, by_reset), f"{how} {point}, reset: {by_reset}"
     server.dies(None, None)
     assert lines_of_a_mail() == USUAL_STAGES
-    until(lambda: sockets(program.pid) <= open_before, "all sockets closed")
+    until(lambda: open_apart_from_settings(program.pid) <= open_before, "all sockets closed")
     assert vital_signs(program.pid).private_dirty - before.private_dirty <= ALLOWED_GROWTH
     assert program.stop() == 0
     tail.close()
