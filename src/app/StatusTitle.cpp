@@ -113,15 +113,12 @@ void StatusTitle::showChangeIcon()
 
 void StatusTitle::noteAddresses(const QStringList &addresses)
 {
-    if (addresses.value(0) != m_shown.addresses.value(0))
-        m_shown.dnsName.reset();
     m_shown.addresses = addresses;
 }
 
 void StatusTitle::noteDNSName(const QString &address, const std::optional<QString> &name)
 {
-    if (m_shown.addresses.value(0) == address) // or the title has gone ahead meanwhile
-        m_shown.dnsName = name;
+    m_named = {.address = address, .name = name};
 }
 
 void StatusTitle::noteComputerName()
@@ -132,6 +129,9 @@ void StatusTitle::noteComputerName()
 void StatusTitle::publish()
 {
     m_shown.title = m_item.title();
+    // The title may have gone ahead of the name, and may come back to the address that has it.
+    const bool isNamed = m_shown.addresses.value(0) == m_named.address;
+    m_shown.dnsName = isNamed ? m_named.name : std::nullopt;
     m_shown.externalAddress = m_external.kept();
     m_platform.statusPublication.publish(m_shown);
 }

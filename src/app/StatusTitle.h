@@ -55,10 +55,9 @@ public:
     /// Shows the icon that marks a change, where it is wanted.
     void showChangeIcon();
 
-    /// These are the local addresses now, for other programs: a name that belonged to another
-    /// first one is none of theirs.
+    /// These are the local addresses now, for other programs.
     void noteAddresses(const QStringList &addresses);
-    /// The first address's DNS name, if @p address still is that one.
+    /// The DNS name of @p address, for other programs while that is the first one.
     void noteDNSName(const QString &address, const std::optional<QString> &name);
     void noteComputerName();
     /// Tells other programs what is shown and known now.
@@ -78,6 +77,10 @@ private:
     /// The joined wireless network's name, or "?"; nothing until it is needed first.
     std::optional<QString> m_wirelessName;
     platform::ShownStatus m_shown; ///< For other programs.
+    struct {
+        QString address;
+        std::optional<QString> name;
+    } m_named; ///< What was asked for last.
     std::unique_ptr<platform::DynamicStore> m_store; ///< These two for showAhead() alone.
     std::unique_ptr<platform::RunLoopSource> m_source;
 };

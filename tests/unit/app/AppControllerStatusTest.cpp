@@ -99,6 +99,23 @@ private Q_SLOTS:
         QVERIFY(world.rests());
     }
 
+    void anAddressThatComesBackAtOnceStillHasItsName()
+    {
+        world::World world;
+        desk(world);
+        QVERIFY(world.start());
+        world.host.keepSilent();
+        world.network.setAddresses(u"eth0", {u"198.51.100.4"_s});
+        QTRY_VERIFY(world.host.isAskedFor(u"198.51.100.4"_s));
+        QCOMPARE(world.otherProgram.asked().dnsName, std::nullopt);
+        world.network.setAddresses(u"eth0", {u"192.0.2.7"_s});
+        QTRY_COMPARE(world.otherProgram.asked().title, u"192.0.2.7"_s);
+        QCOMPARE(world.otherProgram.asked().dnsName, u"desk.example"_s);
+        world.host.speakAgain();
+        world.host.giveUp();
+        QVERIFY(world.rests());
+    }
+
     void aFurtherAddressLeavesTheName()
     {
         world::World world;
