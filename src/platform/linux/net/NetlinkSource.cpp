@@ -19,9 +19,9 @@ using namespace std::chrono_literals;
 
 /// The least time between two looks. A storm of changes costs no more than this allows.
 constexpr std::chrono::milliseconds kBetweenLooks = 10ms;
-/// From an event to the look of whoever is told in a turn: it costs processor time that belongs to
-/// the panel first, which has just been sent the label.
-constexpr std::chrono::milliseconds kPanelFirst = 2ms;
+/// From an event to the look of whoever is told in a turn. Look and turn need processor time, and
+/// the panel, which has just been sent the label, comes first.
+constexpr std::chrono::milliseconds kPanelFirst = 1ms;
 /// After an answer during which the network changed. Asking again at once would go on failing,
 /// a thousand times in a storm.
 constexpr std::chrono::milliseconds kAfterInterruption = 5ms;
@@ -99,6 +99,11 @@ void NetlinkSource::hear()
         m_notifier.setEnabled(true);
         return;
     }
+    lookAndPause();
+}
+
+void NetlinkSource::lookAndPause()
+{
     const std::chrono::milliseconds pause = look(); // before all else: its finding is waited for
     m_notifier.setEnabled(false);
     m_pause.start(pause);
@@ -158,7 +163,7 @@ std::optional<QStringList> NetlinkSource::beginTurn()
 {
     // After a long wait for others, what came meanwhile belongs to this turn.
     if (m_turnWaits && (m_behind || m_subscription.events.pending()))
-        m_pause.start(look());
+        lookAndPause();
     m_turnQueued = false;
     if (addressesOf(m_present) == addressesOf(m_subscription.heardOf) && !readOtherwise())
         return {};

@@ -22,9 +22,10 @@ namespace quillfen::platform {
 /// Follows the kernel's events. An event says no more than "something changed": the events are
 /// thrown away, then the kernel is asked, then the answer is compared with the one before.
 ///
-/// It looks at once after an event where somebody is told on each change, 2 ms later otherwise;
-/// then not again for 10 ms, but once more after them if anything came meanwhile. Where nothing
-/// changes, nothing wakes up. It must not be destroyed in its own callback.
+/// It looks at once after an event where somebody is told on each change, 1 ms later otherwise;
+/// then not again for 10 ms, or longer after a failure, but once more after them if anything came
+/// meanwhile. Where nothing changes, nothing wakes up. It must not be destroyed in its own
+/// callback.
 class NetlinkSource final : public QObject, public RunLoopSource {
 public:
     /// What is followed: which keys, by which events, and what the callback last heard of, which
@@ -56,6 +57,7 @@ private:
     void begin();
     void wake();
     void hear();
+    void lookAndPause();
     std::chrono::milliseconds look();
     void compare(std::vector<Service> services);
     void takeTurn();
